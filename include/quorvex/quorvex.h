@@ -1,0 +1,20 @@
+#pragma once
+
+// Everything quorvexCommon and quorvexBase export, in one include.
+
+// quorvexBase
+#include "quorvex/base/NumToString.h"
+#include "quorvex/base/QuorvexModel.h"
+
+// quorvexCommon
+#include "quorvex/Logger.h"
+#include "quorvex/baseType/Entity.h"
+#include "quorvex/baseType/Layer.h"
+#include "quorvex/baseType/Path.h"
+#include "quorvex/baseType/Point2.h"
+#include "quorvex/baseType/QuorvexPrintModel.h"
+#include "quorvex/baseType/TypeFillRegion.h"
+#include "quorvex/baseType/Types.h"
+#include "quorvex/baseTypeIO/GCode.h"
+#include "quorvex/baseTypeIO/TextFileWriter.h"
+#include "quorvex/planeGeometry/BoundaryTransform.h"
