@@ -1,5 +1,7 @@
 #include "quorvex/base/BaseTriMesh.h"
 
+#include <Eigen/Geometry>
+
 namespace Quorvex {
 
 Cloud::~Cloud() = default;
