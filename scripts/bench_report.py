@@ -1,0 +1,77 @@
+#!/usr/bin/env python3
+"""Turns Google Benchmark JSON results into the table of performance goals.
+
+usage: bench_report.py OUT_DIR RESULT.json...
+
+Each goal in scripts/bench_goals.json names our benchmark and its peer; the ratio is
+the peer's median real time over ours (higher is better) and is compared with the goal.
+Writes OUT_DIR/results.json (all benchmarks merged) and OUT_DIR/ratios.md, prints the
+table and ends with "goals met: K of N".
+"""
+import json
+import os
+import sys
+
+
+def load(paths):
+    merged = {"context": None, "benchmarks": []}
+    for p in paths:
+        with open(p) as f:
+            data = json.load(f)
+        merged["context"] = merged["context"] or data.get("context")
+        merged["benchmarks"].extend(data.get("benchmarks", []))
+    return merged
+
+
+def median_times(benchmarks):
+    """Median real time per benchmark name, in nanoseconds."""
+    scale = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+    out = {}
+    for b in benchmarks:
+        name = b.get("run_name", b["name"])
+        for suffix in ("/real_time", "/manual_time", "/process_time"):
+            name = name.replace(suffix, "")
+        if b.get("aggregate_name") == "median" or (
+                "aggregate_name" not in b and name not in out):
+            out[name] = b["real_time"] * scale[b.get("time_unit", "ns")]
+    return out
+
+
+def fmt_time(ns):
+    for unit, div in (("s", 1e9), ("ms", 1e6), ("us", 1e3)):
+        if ns >= div:
+            return "%.3g %s" % (ns / div, unit)
+    return "%.3g ns" % ns
+
+
+def main():
+    out_dir, files = sys.argv[1], sys.argv[2:]
+    here = os.path.dirname(os.path.abspath(__file__))
+    with open(os.path.join(here, "bench_goals.json")) as f:
+        goals = json.load(f)
+    merged = load(files)
+    with open(os.path.join(out_dir, "results.json"), "w") as f:
+        json.dump(merged, f, indent=1)
+    times = median_times(merged["benchmarks"])
+    rows = ["| workload | ours | peer | ratio | goal | met |", "|---|---|---|---|---|---|"]
+    met = 0
+    for g in goals:
+        ours, peer = times.get(g["ours"]), times.get(g["peer"])
+        if ours is None or peer is None:
+            rows.append("| %s | %s | %s | - | %.2fx | not run |" % (
+                g["workload"], g["ours"], g["peer"], g["goal"]))
+            continue
+        ratio = peer / ours
+        ok = ratio >= g["goal"]
+        met += ok
+        rows.append("| %s | %s | %s | %.2fx | %.2fx | %s |" % (
+            g["workload"], fmt_time(ours), fmt_time(peer), ratio, g["goal"],
+            "yes" if ok else "no"))
+    table = "\n".join(rows) + "\n"
+    with open(os.path.join(out_dir, "ratios.md"), "w") as f:
+        f.write(table)
+    print(table)
+    print("goals met: %d of %d" % (met, len(goals)))
+
+
+main()

@@ -1,0 +1,86 @@
+#include "quorvex/base/NumToString.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+
+namespace {
+
+std::string printf_text(float v, int d) {
+  char buf[512];
+  std::snprintf(buf, sizeof buf, "%.*f", d, static_cast<double>(v));
+  return buf;
+}
+
+struct Case {
+  float value;
+  int decimals;
+  const char* text;
+};
+
+class NumToStringTable : public ::testing::TestWithParam<Case> {};
+
+TEST_P(NumToStringTable, GivesTheFixedPointText) {
+  const Case& c = GetParam();
+  EXPECT_EQ(Quorvex::num_to_string(c.value, c.decimals), c.text);
+  char buf[Quorvex::kNumToCharsMax];
+  char* end = Quorvex::num_to_chars(buf, c.value, c.decimals);
+  EXPECT_EQ(std::string(buf, static_cast<std::size_t>(end - buf)), c.text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Boundaries, NumToStringTable,
+    ::testing::Values(Case{0.0f, 4, "0.0000"}, Case{-0.0f, 2, "-0.00"}, Case{1.5f, 0, "2"},
+                      Case{2.5f, 0, "2"},  // halfway: to even, on the exact binary value
+                      Case{0.125f, 2, "0.12"}, Case{0.375f, 2, "0.38"},
+                      Case{-1e-7f, 4, "-0.0000"}, Case{0.2f, 9, "0.200000003"},
+                      Case{75.0f, 4, "75.0000"}, Case{1.0f, -3, "1"},
+                      Case{16777217.0f, 1, "16777216.0"}));
+
+TEST(NumToString, MatchesPrintfOnRandomFloatsForEveryDecimalPlace) {
+  std::mt19937 rng(12345);
+  std::uniform_int_distribution<uint32_t> bits;
+  std::uniform_real_distribution<float> moderate(-1000.0f, 1000.0f);
+  int checked = 0;
+  for (int i = 0; i < 200000; ++i) {
+    float v;
+    if (i % 2 == 0) {
+      const uint32_t b = bits(rng);
+      std::memcpy(&v, &b, sizeof v);
+      if (!std::isfinite(v)) continue;
+    } else {
+      v = moderate(rng);
+    }
+    const int d = i % 10;
+    ASSERT_EQ(Quorvex::num_to_string(v, d), printf_text(v, d)) << "value bits of " << v;
+    ++checked;
+  }
+  EXPECT_GT(checked, 190000);
+}
+
+TEST(NumToString, MatchesPrintfOnHalfwayValues) {
+  // k + 0.5 at 0 decimals and k/8 at 2 decimals are exact binary halfway points.
+  for (int k = -2000; k <= 2000; ++k) {
+    const float half = static_cast<float>(k) + 0.5f;
+    ASSERT_EQ(Quorvex::num_to_string(half, 0), printf_text(half, 0));
+    const float eighth = static_cast<float>(k) / 8.0f;
+    ASSERT_EQ(Quorvex::num_to_string(eighth, 2), printf_text(eighth, 2));
+  }
+}
+
+TEST(NumToString, HandlesExtremesWithoutOverflow) {
+  const float big = std::numeric_limits<float>::max();
+  EXPECT_EQ(Quorvex::num_to_string(big, 9), printf_text(big, 9));
+  EXPECT_EQ(Quorvex::num_to_string(-big, 9), printf_text(-big, 9));
+  const float tiny = std::numeric_limits<float>::denorm_min();
+  EXPECT_EQ(Quorvex::num_to_string(tiny, 60), printf_text(tiny, 60));
+  // Beyond the limit the text keeps 60 decimals.
+  EXPECT_EQ(Quorvex::num_to_string(1.0f, 500), printf_text(1.0f, 60));
+}
+
+}  // namespace

@@ -1,0 +1,276 @@
+#include "quorvex/baseTypeIO/GCode.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "quorvex/baseType/QuorvexPrintModel.h"
+#include "quorvex/baseTypeIO/TextFileWriter.h"
+
+namespace Quorvex {
+namespace {
+
+std::shared_ptr<Path> make_path(std::vector<Point2> pts, PathType type, float z = 0.2f) {
+  auto p = std::make_shared<Path>();
+  p->set_points(std::make_shared<Point2Vector>(pts));
+  p->set_type(type);
+  p->set_z(z);
+  return p;
+}
+
+std::string layer_text(const Layer& layer, std::vector<StructureType> seq, std::size_t decimals = 2,
+                       bool colour = false) {
+  GCode g(decimals, seq);
+  g.set_assign_colour(colour);
+  EXPECT_EQ(g.get_gcode_from_layer(layer), RETVAL_OK);
+  EXPECT_EQ(g.get_outputs().size(), 1u);
+  return g.get_outputs().empty() ? std::string() : g.get_outputs()[0];
+}
+
+std::size_t count(const std::string& text, const std::string& what) {
+  std::size_t n = 0;
+  for (std::size_t pos = text.find(what); pos != std::string::npos;
+       pos = text.find(what, pos + 1)) {
+    ++n;
+  }
+  return n;
+}
+
+TEST(GCode, DefaultSequenceGivesOnlyTheLayerLines) {
+  Layer layer;
+  layer.set_z(1.5f);
+  layer.add_boundary_path(make_path({{0, 0}, {1, 0}}, PATH_TYPE_OUTER));
+  layer.add_fill_path(make_path({{0, 0}, {1, 0}}, PATH_TYPE_FILL_SEGMENTS_0));
+  GCode g;
+  g.get_gcode_from_layer(layer);
+  ASSERT_EQ(g.get_outputs().size(), 1u);
+  EXPECT_EQ(g.get_outputs()[0], "(<layer> 1.5000)\n(</layer>)\n");
+  EXPECT_EQ(g.get_decimal_place(), 4.0f);
+}
+
+TEST(GCode, FillPairsMatchTheWorkedExample) {
+  Layer layer;
+  layer.set_z(7.0f);  // the path's own height is emitted, not the layer's
+  layer.add_fill_path(
+      make_path({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, PATH_TYPE_FILL_SEGMENTS_0, 0.2f));
+  EXPECT_EQ(layer_text(layer, {STRUCTURE_FILL}),
+            "(<layer> 7.00)\n(<fill>)\n"
+            "M103\nG1 Z0.20\nG1 X0.00 Y0.00\nM101\n"
+            "G1 X1.00 Y0.00 Z0.20\nM103\nG1 X1.00 Y1.00 Z0.20\nM101\n"
+            "G1 X0.00 Y1.00 Z0.20\nM103\n(</fill>)\n(</layer>)\n");
+}
+
+struct FillWalkCase {
+  const char* name;
+  int type;
+  std::size_t points;
+  const char* body;  // text between "M101\n" of the travel and the final "M103\n"
+};
+
+class GCodeFillWalk : public ::testing::TestWithParam<FillWalkCase> {};
+
+TEST_P(GCodeFillWalk, WritesTheStatedMoves) {
+  const FillWalkCase& c = GetParam();
+  std::vector<Point2> pts;
+  for (std::size_t i = 0; i < c.points; ++i) pts.emplace_back(static_cast<float>(i), 0.0f);
+  Layer layer;
+  layer.set_z(0.0f);
+  layer.add_fill_path(make_path(pts, static_cast<PathType>(c.type), 1.0f));
+  const std::string text = layer_text(layer, {STRUCTURE_FILL}, 0);
+  const std::string head = "(<layer> 0)\n(<fill>)\nM103\nG1 Z1\nG1 X0 Y0\nM101\n";
+  const std::string tail = "M103\n(</fill>)\n(</layer>)\n";
+  ASSERT_EQ(text.substr(0, head.size()), head);
+  ASSERT_EQ(text.substr(text.size() - tail.size()), tail);
+  EXPECT_EQ(text.substr(head.size(), text.size() - head.size() - tail.size()), c.body);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Walks, GCodeFillWalk,
+    ::testing::Values(
+        FillWalkCase{"SegmentsTwoPoints", 3, 2, "G1 X1 Y0 Z1\n"},
+        FillWalkCase{"SegmentsThreePoints", 4, 3, "G1 X1 Y0 Z1\nM103\nG1 X2 Y0 Z1\nM101\nG1 X2 Y0 Z1\n"},
+        FillWalkCase{"SegmentsOnePoint", 6, 1, "G1 X0 Y0 Z1\n"},
+        FillWalkCase{"PolylineAllPoints", 8, 3, "G1 X1 Y0 Z1\nG1 X2 Y0 Z1\n"},
+        FillWalkCase{"PolylineLastType", 11, 2, "G1 X1 Y0 Z1\n"},
+        FillWalkCase{"OtherFillTravelOnly", 7, 3, ""},
+        FillWalkCase{"OuterInFillTravelOnly", 1, 3, ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(GCode, BoundaryOfAnyTypeWritesAllPoints) {
+  Layer layer;
+  layer.add_boundary_path(make_path({{0, 0}, {1, 0}, {2, 0}}, PATH_TYPE_FILL_OTHER));
+  const std::string text = layer_text(layer, {STRUCTURE_BOUNDARY});
+  EXPECT_EQ(count(text, "Y0.00 Z0.20\n"), 2u);
+  EXPECT_NE(text.find("(<boundary inner>)\n"), std::string::npos);
+}
+
+TEST(GCode, SequenceOrderRepeatsAndSkipsUnknownEntries) {
+  Layer layer;
+  layer.add_boundary_path(make_path({{0, 0}, {1, 0}}, PATH_TYPE_OUTER));
+  layer.add_fill_path(make_path({{0, 0}, {1, 0}}, PATH_TYPE_FILL_POLYLINE_0));
+  const std::string twice = layer_text(layer, {STRUCTURE_BOUNDARY, STRUCTURE_BOUNDARY});
+  EXPECT_EQ(count(twice, "(<boundary outer>)"), 2u);
+  const std::string fill_first =
+      layer_text(layer, {STRUCTURE_FILL, static_cast<StructureType>(5), STRUCTURE_BOUNDARY});
+  EXPECT_LT(fill_first.find("(<fill>)"), fill_first.find("(<boundary outer>)"));
+  EXPECT_NE(fill_first.find("(<boundary outer>)"), std::string::npos);
+}
+
+struct TagCase {
+  StructureType structure;
+  int type;
+  const char* open;
+  const char* colour;  // empty: no colour line
+  const char* close;
+};
+
+class GCodeTags : public ::testing::TestWithParam<TagCase> {};
+
+TEST_P(GCodeTags, OpeningColourAndClosingLines) {
+  const TagCase& c = GetParam();
+  Layer layer;
+  auto p = make_path({{0, 0}, {1, 0}}, static_cast<PathType>(c.type));
+  switch (c.structure) {
+    case STRUCTURE_BOUNDARY:
+      layer.add_boundary_path(p);
+      break;
+    case STRUCTURE_EXTRA_SHELL:
+      layer.add_extraShell_path(p);
+      break;
+    case STRUCTURE_FILL:
+      layer.add_fill_path(p);
+      break;
+    case STRUCTURE_SUPPORT:
+      layer.add_support_path(p);
+      break;
+    case STRUCTURE_RAFT:
+      layer.add_raft_path(p);
+      break;
+  }
+  const std::string with = layer_text(layer, {c.structure}, 2, true);
+  const std::string prefix = std::string("(<layer> -1.00)\n") + c.open + c.colour + "M103\n";
+  EXPECT_EQ(with.substr(0, prefix.size()), prefix);
+  EXPECT_NE(with.find(std::string("M103\n") + c.close + "(</layer>)\n"), std::string::npos);
+  const std::string without = layer_text(layer, {c.structure}, 2, false);
+  EXPECT_EQ(without.find("(<colour> "), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, GCodeTags,
+    ::testing::Values(
+        TagCase{STRUCTURE_BOUNDARY, 1, "(<boundary outer>)\n", "(<colour> black>)\n", "(</boundary>)\n"},
+        TagCase{STRUCTURE_BOUNDARY, 2, "(<boundary inner>)\n", "(<colour> red>)\n", "(</boundary>)\n"},
+        TagCase{STRUCTURE_EXTRA_SHELL, 1, "(<extrashell outer>)\n", "(<colour> blue>)\n", "(</extrashell>)\n"},
+        TagCase{STRUCTURE_EXTRA_SHELL, 0, "(<extrashell inner>)\n", "(<colour> blue>)\n", "(</extrashell>)\n"},
+        TagCase{STRUCTURE_FILL, 8, "(<fill>)\n", "(<colour> green>)\n", "(</fill>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 25, "(<support top>)\n", "(<colour> orange>)\n", "(</support>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 26, "(<support middle>)\n", "(<colour> orange>)\n", "(</support>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 27, "(<support base>)\n", "(<colour> orange>)\n", "(</support>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 28, "(<support base surrounding>)\n", "(<colour> yellow>)\n", "(</support>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 29, "(<support base surrounding>)\n", "(<colour> orange>)\n", "(</support>)\n"},
+        TagCase{STRUCTURE_RAFT, 30, "(<raft base>)\n", "", "(</raft>)\n"},
+        TagCase{STRUCTURE_RAFT, 31, "(<raft first-interface>)\n", "", "(</raft>)\n"},
+        TagCase{STRUCTURE_RAFT, 32, "(<raft second-interface>)\n", "", "(</raft>)\n"},
+        TagCase{STRUCTURE_RAFT, 1, "(<raft base surrounding>)\n", "", "(</raft>)\n"}));
+
+TEST(GCode, PathWithoutPointsKeepsItsTagsAndTheWalkGoesOn) {
+  Layer layer;
+  auto empty = std::make_shared<Path>();
+  empty->set_type(PATH_TYPE_OUTER);
+  layer.add_boundary_path(empty);
+  layer.add_boundary_path(make_path({}, PATH_TYPE_OUTER));
+  layer.add_boundary_path(make_path({{0, 0}, {1, 0}}, PATH_TYPE_OUTER));
+  const std::string text = layer_text(layer, {STRUCTURE_BOUNDARY}, 2, true);
+  EXPECT_NE(text.find("(<boundary outer>)\n(<colour> black>)\n(</boundary>)\n(<boundary outer>)\n"
+                      "(<colour> black>)\n(</boundary>)\n"),
+            std::string::npos);
+  EXPECT_EQ(count(text, "M101\n"), 1u);
+}
+
+TEST(GCode, TailsFromTheSecondPointOnAtThePathHeight) {
+  Layer layer;
+  auto p = make_path({{0, 0}, {1, 0}}, PATH_TYPE_OUTER, 3.0f);
+  auto ext = std::make_shared<ExtendPathComponent>();
+  ext->set_tails(std::make_shared<Point2Vector>(Point2Vector{{5, 5}, {6, 6}, {7, 7}}));
+  ext->set_heads(std::make_shared<Point2Vector>(Point2Vector{{-1, -1}}));
+  p->set_extend_path_component(ext);
+  layer.add_boundary_path(p);
+  const std::string text = layer_text(layer, {STRUCTURE_BOUNDARY}, 0);
+  EXPECT_NE(text.find("G1 X1 Y0 Z3\nG1 X6 Y6 Z3\nG1 X7 Y7 Z3\nM103\n"), std::string::npos);
+  EXPECT_EQ(text.find("X5 "), std::string::npos);
+  EXPECT_EQ(text.find("X-1 "), std::string::npos);
+
+  ext->set_tails(std::make_shared<Point2Vector>(Point2Vector{{5, 5}}));
+  const std::string one = layer_text(layer, {STRUCTURE_BOUNDARY}, 0);
+  EXPECT_NE(one.find("G1 X1 Y0 Z3\nM103\n"), std::string::npos);
+}
+
+TEST(GCode, DecimalPlaceIsTruncatedAndNeverNegative) {
+  GCode g;
+  g.set_decimal_place(2.9f);
+  EXPECT_EQ(g.get_decimal_place(), 2.0f);
+  g.set_decimal_place(-3.0f);
+  EXPECT_EQ(g.get_decimal_place(), 0.0f);
+}
+
+TEST(GCode, EntityGivesOneOutputPerLayerAndStartsOver) {
+  Entity e;
+  QuorvexPrintModel::get_quorvex_entity(e);
+  e.add_layer(std::make_shared<Layer>());
+  GCode g(4, {STRUCTURE_BOUNDARY});
+  g.get_gcode_from_entity(e);
+  EXPECT_EQ(g.get_outputs().size(), 2u);
+  g.get_gcode_from_entity(e);
+  EXPECT_EQ(g.get_outputs().size(), 2u);
+  GCode copy = g;
+  EXPECT_EQ(copy.get_outputs(), g.get_outputs());
+  g.get_gcode_from_entity(Entity());
+  EXPECT_TRUE(g.get_outputs().empty());
+}
+
+std::string read_file(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+TEST(TextFileWriter, WritesReplacesAndJoinsWithoutSeparator) {
+  const std::string path = ::testing::TempDir() + "/qx_writer_test.txt";
+  EXPECT_EQ(write_common_file(path, std::string("first text\n")), RETVAL_OK);
+  EXPECT_EQ(write_common_file(path, std::vector<std::string>{"a", "b"}), RETVAL_OK);
+  EXPECT_EQ(read_file(path), "ab");
+  EXPECT_EQ(write_common_file(path, std::vector<std::string>{}), RETVAL_OK);
+  EXPECT_EQ(read_file(path), "");
+}
+
+TEST(TextFileWriter, MissingFolderFailsAndCreatesNothing) {
+  const std::string dir = ::testing::TempDir() + "/qx_no_such_folder";
+  EXPECT_EQ(write_common_file(dir + "/x.txt", std::string("x")), RETVAL_FAILED);
+  Entity e;
+  QuorvexPrintModel::get_quorvex_entity(e);
+  EXPECT_EQ(write_gcode(dir + "/x.gcode", e, 4, {STRUCTURE_BOUNDARY}, false), RETVAL_FAILED);
+  EXPECT_EQ(write_gcode(dir + "/x.gcode", *e.get_layer(0), 4, {STRUCTURE_BOUNDARY}),
+            RETVAL_FAILED);
+  std::ifstream probe(dir);
+  EXPECT_FALSE(probe.is_open());
+}
+
+TEST(TextFileWriter, LayerAndOneLayerEntityGiveTheSameBytes) {
+  Entity e;
+  QuorvexPrintModel::get_quorvex_entity(e);
+  const std::string a = ::testing::TempDir() + "/qx_entity.gcode";
+  const std::string b = ::testing::TempDir() + "/qx_layer.gcode";
+  ASSERT_EQ(write_gcode(a, e, 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
+  ASSERT_EQ(write_gcode(b, *e.get_layer(0), 3, {STRUCTURE_BOUNDARY}), RETVAL_OK);
+  EXPECT_EQ(read_file(a), read_file(b));
+  EXPECT_FALSE(read_file(a).empty());
+  ASSERT_EQ(write_gcode(a, Entity(), 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
+  EXPECT_EQ(read_file(a), "");
+}
+
+}  // namespace
+}  // namespace Quorvex
