@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "quorvex/base/BaseTriMesh.h"
+#include "quorvex/baseType/Layer.h"
+
+namespace QuorvexTool {
+
+// Frame of a picture: the box of what is drawn, in model units.
+struct ViewBox {
+  float min_x = 0, min_y = 0, max_x = 1, max_y = 1;
+};
+
+// Box of the boundary, extra-shell and fill paths of the layers.
+ViewBox layers_view_box(const std::vector<const Quorvex::Layer*>& layers);
+
+// One layer as an SVG picture: boundaries, extra shells and fill in distinct colours, with
+// a legend. y points up as in the model. `standalone` adds the XML prolog.
+std::string layer_to_svg(const Quorvex::Layer& layer, const ViewBox& box, const std::string& title,
+                         bool standalone);
+
+// A self-contained HTML page: one SVG per layer and a slider to step through them. No
+// external resource of any kind.
+std::string layers_to_html(const std::vector<const Quorvex::Layer*>& layers,
+                           const std::string& title);
+
+// Binary little-endian PLY with per-vertex colours (0..1 floats mapped to bytes).
+std::vector<unsigned char> mesh_to_ply(const Quorvex::BaseTriMesh& mesh);
+
+}  // namespace QuorvexTool
