@@ -9,7 +9,12 @@ WERROR      ?= OFF
 JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps configure build test demo install bench clean
+.PHONY: all deps configure build test demo install bench fuzz test-sanitize clean
+
+ASAN_DIR    ?= build-asan
+TSAN_DIR    ?= build-tsan
+FUZZ_DIR    ?= build-fuzz
+FUZZ_SECONDS ?= 60
 
 all: build
 
@@ -39,5 +44,29 @@ bench: deps
 	@mkdir -p $(BUILD_DIR)/bench
 	@scripts/run-benchmarks.sh $(BENCH_DIR) $(BUILD_DIR)/bench
 
+# The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer, then the
+# concurrency tests under ThreadSanitizer.
+test-sanitize: deps
+	@cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUORVEX_WERROR=$(WERROR) \
+	  -DQUORVEX_SANITIZE=address,undefined $(CMAKE_FLAGS) >/dev/null
+	@cmake --build $(ASAN_DIR) -j $(JOBS)
+	@cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  LSAN_OPTIONS=suppressions=$(CURDIR)/scripts/lsan.supp \
+	  ctest --output-on-failure -j $(JOBS) -E '^package_consumer$$'
+	@cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUORVEX_WERROR=$(WERROR) \
+	  -DQUORVEX_SANITIZE=thread -DQUORVEX_BUILD_TOOLS=OFF $(CMAKE_FLAGS) >/dev/null
+	@cmake --build $(TSAN_DIR) -j $(JOBS) --target test_concurrency
+	@cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+	  ctest --output-on-failure -R '^Concurrency'
+
+# Each fuzz target for FUZZ_SECONDS under ASan and UBSan, with a memory limit (clang).
+fuzz: deps
+	@scripts/install-deps.sh clang libclang-rt-14-dev
+	@CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DQUORVEX_FUZZ=ON -DQUORVEX_BUILD_TESTS=OFF -DQUORVEX_BUILD_TOOLS=OFF $(CMAKE_FLAGS) >/dev/null
+	@cmake --build $(FUZZ_DIR) -j $(JOBS)
+	@scripts/run-fuzz.sh $(FUZZ_DIR)/fuzz $(FUZZ_SECONDS)
+
 clean:
-	@rm -rf $(BUILD_DIR) $(BENCH_DIR) out
+	@rm -rf $(BUILD_DIR) $(BENCH_DIR) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR) out
