@@ -46,6 +46,11 @@ inline Loop square(float x0, float y0, float side, bool widdershins = true) {
   return p;
 }
 
+// A writable copy, for output vectors that must be seen to be replaced.
+inline std::shared_ptr<Point2Vector> writable(const Loop& loop) {
+  return std::make_shared<Point2Vector>(*loop);
+}
+
 // Shoelace area in double, positive for counter-clockwise loops.
 inline double signed_area(const std::vector<Point2>& loop) {
   double a = 0.0;
