@@ -15,6 +15,11 @@ constexpr std::size_t kPolyTreeNodeLimit = 9999;
 
 // ---- PolyTree ----
 
+const std::vector<ClipperLib::IntPoint>& PolyTree::Node::get_data() const {
+  static const std::vector<ClipperLib::IntPoint> kNoContour;
+  return poly_node != nullptr ? poly_node->Contour : kNoContour;
+}
+
 RetVal PolyTree::clear() {
   // The list first: it points into the engine tree.
   nodes.clear();

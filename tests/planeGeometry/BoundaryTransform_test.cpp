@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <ostream>
 
 namespace Quorvex {
 namespace {
@@ -50,6 +51,7 @@ TEST(BoundaryBbox, OutputsAreResetOnEveryCall) {
 struct EmptyBoxCase {
   const char* name;
   ConstLoops loops;
+  friend void PrintTo(const EmptyBoxCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class EmptyBoundarys : public ::testing::TestWithParam<EmptyBoxCase> {};
@@ -126,6 +128,7 @@ struct SinCosCase {
   float sin_value;  // exact float expected, or NaN to check only the bound below
   float cos_value;
   float residual_bound;  // |the one that is not exact| stays below this and is non-zero
+  friend void PrintTo(const SinCosCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class RotationSinCos : public ::testing::TestWithParam<SinCosCase> {};

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "PolygonTestSupport.h"
@@ -20,6 +21,7 @@ struct SquareOffsetCase {
   const char* name;
   float delta;
   float side;
+  friend void PrintTo(const SquareOffsetCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class OffsetUnitSquare : public ::testing::TestWithParam<SquareOffsetCase> {};

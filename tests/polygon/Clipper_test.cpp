@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "PolygonTestSupport.h"
@@ -144,6 +145,7 @@ struct BooleanCase {
   ClipType clip_type;
   double area;
   std::size_t loops;
+  friend void PrintTo(const BooleanCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class ClipperBoolean : public ::testing::TestWithParam<BooleanCase> {};

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <ostream>
 
 namespace Quorvex {
 namespace {
@@ -16,6 +17,7 @@ struct ToFixedF32Case {
   float coordinate;
   float multiple;
   ClipperLib::cInt expected;
+  friend void PrintTo(const ToFixedF32Case& c, std::ostream* os) { *os << c.name; }
 };
 
 class ScaleToFixedF32 : public ::testing::TestWithParam<ToFixedF32Case> {};
@@ -54,6 +56,7 @@ struct ToFixedF64Case {
   const char* name;
   float coordinate;
   ClipperLib::cInt expected;
+  friend void PrintTo(const ToFixedF64Case& c, std::ostream* os) { *os << c.name; }
 };
 
 class ScaleToFixedF64 : public ::testing::TestWithParam<ToFixedF64Case> {};
@@ -83,6 +86,7 @@ struct FromFixedCase {
   ClipperLib::cInt fixed;
   float expected_f32;  // float conversion, then float division by 1e7f
   float expected_f64;  // double division by 1e7, quotient rounded once
+  friend void PrintTo(const FromFixedCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class ScaleFromFixed : public ::testing::TestWithParam<FromFixedCase> {};

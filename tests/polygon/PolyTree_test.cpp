@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "PolygonTestSupport.h"
@@ -294,6 +295,16 @@ TEST(PolyTreeFill, HoleAndIslandGiveThreeNodes) {
   EXPECT_EQ(c.fixed_result, nullptr);
 }
 
+TEST(PolyTreeNode, DefaultNodeHasNoContourAndNoLinks) {
+  const PolyTree::Node n;
+  EXPECT_TRUE(n.get_data().empty());
+  EXPECT_EQ(n.level(), -1);
+  EXPECT_EQ(n.father(), nullptr);
+  EXPECT_TRUE(n.childs().empty());
+  const PolyTree empty;
+  EXPECT_EQ(empty.get_first(), nullptr);
+}
+
 TEST(PolyTreeFill, EmptyResultGivesNoNodes) {
   ProbeClipper c;
   c.add_paths(nested_squares(), ptSubject);
@@ -311,6 +322,7 @@ struct NodeLimitCase {
   const char* name;
   int cells;
   std::size_t nodes;
+  friend void PrintTo(const NodeLimitCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class PolyTreeNodeLimit : public ::testing::TestWithParam<NodeLimitCase> {};

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "PolygonTestSupport.h"
@@ -27,6 +28,7 @@ struct ClassifyCase {
   PolyFillType fill;
   std::vector<std::size_t> region_sizes;  // loops per region, in order
   std::vector<double> outer_areas;        // area of each region's outer loop
+  friend void PrintTo(const ClassifyCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class ClassifiedRegion : public ::testing::TestWithParam<ClassifyCase> {};
@@ -128,6 +130,7 @@ struct BoolCase {
   ClipType clip_type;
   PolyFillType subject_fill;
   double area;
+  friend void PrintTo(const BoolCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class BooleanOperationResult : public ::testing::TestWithParam<BoolCase> {};
@@ -171,6 +174,7 @@ TEST(BooleanOperationResultEdge, TwoEmptySetsGiveNothing) {
 struct RegionOpCase {
   int operation;
   double area;
+  friend void PrintTo(const RegionOpCase& c, std::ostream* os) { *os << c.operation; }
 };
 
 class RegionBoolOperation : public ::testing::TestWithParam<RegionOpCase> {};

@@ -25,8 +25,8 @@ class QX_EXPORT PolyTree {
     Node* father_ = nullptr;                          // null for a top-level node
     int level_ = -1;
 
-    // The fixed-point contour of the engine node; needs poly_node.
-    const std::vector<ClipperLib::IntPoint>& get_data() const { return poly_node->Contour; }
+    // The fixed-point contour of the engine node; empty for a node without one.
+    const std::vector<ClipperLib::IntPoint>& get_data() const;
     std::vector<Node*> childs() const { return childs_; }
     Node* father() const { return father_; }
     int level() const { return level_; }
