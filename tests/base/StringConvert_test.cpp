@@ -19,6 +19,8 @@ struct WideCase {
   std::wstring wide;
 };
 
+void PrintTo(const WideCase& c, std::ostream* os) { *os << c.label; }
+
 class StringConvertCase : public ::testing::TestWithParam<WideCase> {};
 
 TEST_P(StringConvertCase, ConvertsBothWays) {

@@ -428,6 +428,8 @@ struct HugeCountCase {
   std::string bytes;
 };
 
+void PrintTo(const HugeCountCase& c, std::ostream* os) { *os << c.label; }
+
 // Counts that promise far more than the stream holds: nothing near that is allocated.
 class ModelArchiveHugeCount : public ::testing::TestWithParam<HugeCountCase> {};
 

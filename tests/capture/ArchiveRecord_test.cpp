@@ -162,6 +162,8 @@ struct MismatchCase {
   std::string console;
 };
 
+void PrintTo(const MismatchCase& c, std::ostream* os) { *os << c.label; }
+
 class ArchiveRecordMismatch : public ArchiveRecordTest,
                               public ::testing::WithParamInterface<MismatchCase> {};
 
@@ -244,6 +246,8 @@ struct TagCase {
   std::string commit;
   bool accepted;
 };
+
+void PrintTo(const TagCase& c, std::ostream* os) { *os << c.label; }
 
 class ArchiveRecordTags : public ArchiveRecordTest,
                           public ::testing::WithParamInterface<TagCase> {};

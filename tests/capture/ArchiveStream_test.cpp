@@ -164,6 +164,8 @@ struct EncodingCase {
   std::string expected;
 };
 
+void PrintTo(const EncodingCase& c, std::ostream* os) { *os << c.label; }
+
 class PrimitiveEncoding : public ::testing::TestWithParam<EncodingCase> {};
 
 TEST_P(PrimitiveEncoding, WritesTheExactBytes) {
