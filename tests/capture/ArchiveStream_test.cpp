@@ -1,8 +1,10 @@
 #include "quorvex/capture/ArchiveStream.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cctype>
+#include <cstdio>
 #include <fstream>
 #include <functional>
 #include <sstream>
@@ -63,7 +65,8 @@ TEST(ArchiveStreamAdapter, UnopenedFilesGiveNullAdapters) {
 }
 
 TEST(ArchiveStreamAdapter, ClosedFileHandleStaysNullAfterTheFileOpens) {
-  const std::string path = ::testing::TempDir() + "qx_stream_reopen.bin";
+  const std::string path =
+      ::testing::TempDir() + "qx_stream_reopen_" + std::to_string(::getpid()) + ".bin";
   { std::ofstream(path, std::ios::binary) << "data"; }
   std::ifstream in;
   ReadAble r(in);
@@ -78,6 +81,8 @@ TEST(ArchiveStreamAdapter, ClosedFileHandleStaysNullAfterTheFileOpens) {
   EXPECT_FALSE(r2.is_null());
   EXPECT_TRUE(r2.read(buf, 4));
   EXPECT_EQ(std::string(buf, 4), "data");
+  in.close();
+  std::remove(path.c_str());
 }
 
 TEST(ArchiveStreamAdapter, PlainStreamHandleIsNeverNull) {
