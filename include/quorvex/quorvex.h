@@ -18,3 +18,13 @@
 #include "quorvex/baseTypeIO/GCode.h"
 #include "quorvex/baseTypeIO/TextFileWriter.h"
 #include "quorvex/planeGeometry/BoundaryTransform.h"
+
+// quorvexCommon: meshes and spatial primitives
+#include "quorvex/base/BaseTriMesh.h"
+#include "quorvex/base/MeshReaders.h"
+#include "quorvex/baseTypeIO/EntityToMesh.h"
+#include "quorvex/baseTypeIO/MeshMemoryIO.h"
+#include "quorvex/baseTypeIO/ObjReader.h"
+#include "quorvex/baseTypeIO/ReadTriMesh.h"
+#include "quorvex/spatial/Bbox3.h"
+#include "quorvex/spatial/FaceSegment.h"
