@@ -253,9 +253,12 @@ TEST(StlAsciiTest, AcceptsCapitalsSignsExponentsAndNoFacets) {
 }
 
 TEST(StlAsciiTest, OverlongWordIsCutNotOverrun) {
+  // Cut to a shorter run of digits it would read as a number; it must not.
   std::istringstream in(kHead + "vertex 0 0 " + std::string(100000, '1') + "\n");
   BaseTriMesh mesh;
+  ErrorLog log;
   EXPECT_EQ(addFacesGivenAscii(in, mesh, 0, nullptr), kBaseReadCorrupt);
+  EXPECT_TRUE(log.has_line_with("without three numbers"));
 }
 
 TEST(StlFileTest, MissingFileGivesTwoAndNamesIt) {
