@@ -17,8 +17,9 @@ namespace Quorvex {
 namespace {
 
 // Splits a stream into words separated by white space, reading it in blocks so that no
-// line, however long, is held whole. Words longer than kMaxWord are cut to that length
-// (the rest is skipped): no keyword or number of STL comes near it.
+// line, however long, is held whole. A word longer than kMaxWord keeps only its first
+// kMaxWord + 1 characters (the rest is skipped), enough to tell that it is no keyword or
+// number of STL.
 class WordReader {
  public:
   static constexpr std::size_t kBlock = 1 << 16;
@@ -33,7 +34,7 @@ class WordReader {
     word_.clear();
     for (;;) {
       while (pos_ < end_ && !is_space(buf_[pos_])) {
-        if (word_.size() < kMaxWord) word_.push_back(buf_[pos_]);
+        if (word_.size() <= kMaxWord) word_.push_back(buf_[pos_]);
         ++pos_;
       }
       if (pos_ < end_ || !refill()) break;
@@ -101,6 +102,7 @@ bool equals_folded(std::string_view word, const char* keyword) {
 // The whole word must be a number. Values beyond float range read as strtof reads them
 // (infinity, zero or a subnormal) rather than failing the file.
 bool parse_float(std::string_view word, float& value) {
+  if (word.size() > WordReader::kMaxWord) return false;  // cut, so not the number written
   if (!word.empty() && word.front() == '+') word.remove_prefix(1);
   if (word.empty()) return false;
   const char* last = word.data() + word.size();
