@@ -33,10 +33,16 @@ inline unsigned char* store_le_f32(unsigned char* out, float v) {
   return store_le_u32(out, bits);
 }
 
-inline unsigned char* store_le_vec3(unsigned char* out, const Vector3f& v) {
-  out = store_le_f32(out, v.x());
-  out = store_le_f32(out, v.y());
-  return store_le_f32(out, v.z());
+// One face record: twelve floats and a zero attribute.
+inline void store_le_record(unsigned char* out, const float (&values)[12]) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  std::memcpy(out, values, sizeof values);
+#else
+  unsigned char* p = out;
+  for (const float v : values) p = store_le_f32(p, v);
+#endif
+  out[48] = 0;
+  out[49] = 0;
 }
 
 void upper_in_place(char* text) {
@@ -53,26 +59,25 @@ IORet write_TriMesh_to_memory(std::vector<unsigned char>& image, const BaseTriMe
   unsigned char* out = image.data();
   std::memset(out, ' ', kStlHeader);
   out = store_le_u32(out + kStlHeader, static_cast<std::uint32_t>(n));
+  // Raw pointers taken once: stores through unsigned char may alias anything, and would
+  // otherwise make the compiler reload the mesh's containers after every byte.
+  const BaseTriFace* faces = mesh.get_faces().data();
+  const Vector3f* vertices = mesh.get_vCoords().data();
   for (std::size_t i = 0; i < n; ++i) {
-    const BaseTriFace& face = mesh.get_face(i);
-    const Vector3f& a = mesh.get_vCoord(static_cast<std::size_t>(face[0]));
-    const Vector3f& b = mesh.get_vCoord(static_cast<std::size_t>(face[1]));
-    const Vector3f& c = mesh.get_vCoord(static_cast<std::size_t>(face[2]));
+    const BaseTriFace& face = faces[i];
+    const Vector3f a = vertices[face[0]];
+    const Vector3f b = vertices[face[1]];
+    const Vector3f c = vertices[face[2]];
     const float e1x = b.x() - a.x(), e1y = b.y() - a.y(), e1z = b.z() - a.z();
     const float e2x = c.x() - a.x(), e2y = c.y() - a.y(), e2z = c.z() - a.z();
     const float nx = e1y * e2z - e1z * e2y;
     const float ny = e1z * e2x - e1x * e2z;
     const float nz = e1x * e2y - e1y * e2x;
     const float len = std::sqrt(nx * nx + ny * ny + nz * nz);
-    out = store_le_f32(out, nx / len);
-    out = store_le_f32(out, ny / len);
-    out = store_le_f32(out, nz / len);
-    out = store_le_vec3(out, a);
-    out = store_le_vec3(out, b);
-    out = store_le_vec3(out, c);
-    out[0] = 0;
-    out[1] = 0;
-    out += 2;
+    const float record[12] = {nx / len, ny / len, nz / len, a.x(), a.y(), a.z(),
+                              b.x(),    b.y(),    b.z(),    c.x(), c.y(), c.z()};
+    store_le_record(out, record);
+    out += kStlRecord;
   }
   return IORET_OK;
 }
