@@ -12,11 +12,13 @@
 namespace Quorvex {
 namespace obj_detail {
 
-// Sizes of the reader's buffers: a word holds 127 characters, a face-line number 9 and a
-// line 4095 (getline's limit, including the terminating zero 4096).
+// Sizes of the reader's buffers: a word holds 127 characters and a face-line number 9.
+// Lines are read into 4096 bytes with a getline limit of 4095, so a line holds at most
+// 4094 characters; a longer one sets the fail flag and ends the parse.
 constexpr int kWordBuffer = 128;
 constexpr int kTokenBuffer = 10;
 constexpr int kLineBuffer = 4096;
+constexpr int kLineLimit = 4095;
 
 struct ObjData {
   std::vector<Vector3f> vertices;

@@ -87,10 +87,10 @@ void parse_by_extraction(std::istream& in, ObjData& data) {
       float x = 0.0f, y = 0.0f, z = 0.0f;
       in >> x >> y >> z;
     } else if (std::strcmp(word, "f") == 0) {
-      in.getline(line, obj_detail::kLineBuffer);
+      in.getline(line, obj_detail::kLineLimit);
       read_face_line(line, data, indices);
     } else {
-      in.getline(line, obj_detail::kLineBuffer);
+      in.getline(line, obj_detail::kLineLimit);
     }
     in >> std::setw(obj_detail::kWordBuffer) >> word;
   }

@@ -84,7 +84,7 @@ class Scanner {
     convert(text_ + start, p - start, value);
   }
 
-  // getline with a limit of kLineBuffer; returns the characters stored (no newline).
+  // getline with a limit of kLineLimit; returns the characters stored (no newline).
   void read_line(const char*& line, std::size_t& length) {
     line = text_ + pos_;
     length = 0;
@@ -92,7 +92,7 @@ class Scanner {
       fail_ = true;
       return;
     }
-    const std::size_t room = kLineBuffer - 1;
+    const std::size_t room = kLineLimit - 1;
     const std::size_t available = size_ - pos_;
     const std::size_t span = available < room ? available : room;
     const void* newline = std::memchr(line, '\n', span);

@@ -99,7 +99,7 @@ std::string random_text(std::mt19937& rng) {
     if (k < n) {
       text += kPieces[static_cast<std::size_t>(k)];
     } else if (k == n) {
-      // Runs that reach the word (127), token (9) and line (4095) limits.
+      // Runs that reach the word (127), token (9) and line (4094) limits.
       const std::size_t len = std::uniform_int_distribution<std::size_t>(120, 135)(rng);
       text.append(len, "vf1 "[std::uniform_int_distribution<int>(0, 2)(rng)]);
     } else if (k == n + 1) {
@@ -231,6 +231,9 @@ TEST(ObjScanDifferential, ChosenEdges) {
       "x" + std::string(4094, 'y'),
       "x" + std::string(4095, 'y') + "\n",
       "x" + std::string(4096, 'y') + "\n",
+      "x" + std::string(4093, 'y'),
+      "x" + std::string(4093, 'y') + "\n",
+      "x" + std::string(4094, 'y') + "\n",
       "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3" + std::string(4090, ' '),
       "v 1 1 1\nf 1 1 1\v2",
       "f\v1 2 3",
