@@ -20,8 +20,6 @@
 #include "quorvex/planeGeometry/BoundaryTransform.h"
 
 // quorvexCommon: meshes and spatial primitives
-#include "quorvex/base/BaseTriMesh.h"
-#include "quorvex/base/MeshReaders.h"
 #include "quorvex/baseTypeIO/EntityToMesh.h"
 #include "quorvex/baseTypeIO/MeshMemoryIO.h"
 #include "quorvex/baseTypeIO/ObjReader.h"

@@ -128,15 +128,6 @@ TEST(WriteTriMesh, FaceRecordLayout) {
   EXPECT_EQ(vec_at(image, 170), Vector3f(1, 2, 3));
 }
 
-TEST(WriteTriMesh, OneFaceFromALargerImageIs134Bytes) {
-  BaseTriMesh mesh;
-  mesh.set_vCoords({Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)});
-  mesh.set_faces({BaseTriFace(0, 1, 2)});
-  std::vector<unsigned char> image(1000, 1);
-  write_TriMesh_to_memory(image, mesh);
-  EXPECT_EQ(image.size(), 134u);
-}
-
 TEST(WriteTriMesh, ZeroAreaFaceStoresZeroByZero) {
   BaseTriMesh mesh;
   mesh.set_vCoords({Vector3f(0, 0, 0), Vector3f(1, 1, 1), Vector3f(2, 2, 2)});

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <boost/interprocess/streams/bufferstream.hpp>
 #include <limits>
-#include <locale>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -223,28 +221,6 @@ TEST(ObjReader, MissingFileIsTwoWithItsLine) {
   EXPECT_EQ(read_obj_file(path, mesh), IORET_FILE_NOT_FOUND);
   ASSERT_EQ(errors.lines().size(), 1u);
   EXPECT_EQ(errors.lines()[0], "file " + path + " not exist!");
-}
-
-TEST(ObjReader, MemoryStreamEndsWhereTheExtractionsEnd) {
-  // The in-place scan leaves a memory stream in the state and at the position that the
-  // word-by-word reading leaves it.
-  for (const std::string& t :
-       {std::string("v 1 2 3\nf 1 1 1\nv 4 5"), std::string("v 1 2 3\nv 4 5 6\n"),
-        std::string("v 1 2 3 junk\nv x"), std::string("f 1 2 3" + std::string(5000, '1')),
-        std::string("v 1 2 3e")}) {
-    SCOPED_TRACE(t.substr(0, 40));
-    std::istringstream reference(t);
-    BaseTriMesh a, b;
-    parse_obj_by_extraction(reference, a);
-    boost::interprocess::basic_ibufferstream<char> in(t.data(), t.size());
-    static_cast<std::istream&>(in).imbue(std::locale::classic());
-    EXPECT_EQ(parse_obj(in, b), IORET_OK);
-    EXPECT_EQ(a.get_vCoords(), b.get_vCoords());
-    EXPECT_EQ(in.rdstate(), reference.rdstate());
-    in.clear();
-    reference.clear();
-    EXPECT_EQ(static_cast<long>(in.tellg()), static_cast<long>(reference.tellg()));
-  }
 }
 
 }  // namespace
