@@ -134,10 +134,10 @@ IORet parse_obj_by_extraction(std::istream& in, BaseTriMesh& mesh) {
 IORet parse_obj(std::istream& in, BaseTriMesh& mesh) {
   using Buf = boost::interprocess::basic_bufferbuf<char>;
   auto* buf = dynamic_cast<Buf*>(in.rdbuf());
-  // The scan knows the "C" locale's spaces and numbers only, and skips spaces as >> does
-  // by default; any other setting goes through the stream.
+  // The scan knows the "C" locale's spaces and numbers only, skips spaces as >> does by
+  // default and raises nothing; any other setting goes through the stream.
   if (buf == nullptr || !in.good() || !(in.flags() & std::ios_base::skipws) ||
-      in.getloc().name() != "C") {
+      in.exceptions() != std::ios_base::goodbit || in.getloc().name() != "C") {
     return parse_obj_by_extraction(in, mesh);
   }
   const std::streampos start = buf->pubseekoff(0, std::ios_base::cur, std::ios_base::in);

@@ -96,6 +96,10 @@ struct PointCase {
   float closest_distance2;
 };
 
+void PrintTo(const PointCase& c, std::ostream* os) {
+  *os << "(" << c.p.x() << ", " << c.p.y() << ", " << c.p.z() << ")";
+}
+
 class Bbox3PointTest : public ::testing::TestWithParam<PointCase> {};
 
 TEST_P(Bbox3PointTest, AgainstUnitBox) {

@@ -65,6 +65,10 @@ struct ProjectionCase {
   bool on_triangle;
 };
 
+void PrintTo(const ProjectionCase& c, std::ostream* os) {
+  *os << "(" << c.p.x() << ", " << c.p.y() << ", " << c.p.z() << ")";
+}
+
 class FaceProjectionTest : public FaceTest, public ::testing::WithParamInterface<ProjectionCase> {};
 
 // The same answers for both corner orders: the edge tests follow the mesh's normal.

@@ -53,7 +53,9 @@ QX_EXPORT void face_compute_bbox(const Face& face, Bbox3& box);
 QX_EXPORT float point_to_face_len(const Vector3f& p, const Face& face, Vector3f& out);
 // Square of point_to_face_len: the distance to the plane, not to the triangle.
 QX_EXPORT float point_to_geom_len2(const Vector3f& p, const Face& face, Vector3f& out);
-// `out` is the foot on the plane; true when it lies on the closed triangle.
+// `out` is the foot on the plane; true when it lies on the closed triangle, judged by the
+// side of each edge with respect to the mesh's normal. A face of zero area keeps a zero
+// normal and has no plane: false.
 QX_EXPORT bool face_get_projection_point(const Vector3f& p, const Face& face, Vector3f& out);
 
 QX_EXPORT void segment_compute_bbox(const Segment& segment, Bbox3& box);
