@@ -35,3 +35,10 @@
 #include "quorvex/capture/ArchiveStream.h"
 #include "quorvex/capture/CaptureHook.h"
 #include "quorvex/capture/TestBug.h"
+// quorvexCommon: meshes and spatial primitives
+#include "quorvex/baseTypeIO/EntityToMesh.h"
+#include "quorvex/baseTypeIO/MeshMemoryIO.h"
+#include "quorvex/baseTypeIO/ObjReader.h"
+#include "quorvex/baseTypeIO/ReadTriMesh.h"
+#include "quorvex/spatial/Bbox3.h"
+#include "quorvex/spatial/FaceSegment.h"
