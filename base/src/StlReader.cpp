@@ -45,13 +45,15 @@ int read_stl_file(const std::string& path, BaseTriMesh& mesh, ProgressMeter& met
     mesh.clear();
     return kBaseReadCorrupt;
   }
-  // Read in chunks that stay in cache while they are welded, and never hold the whole file.
-  constexpr std::size_t kChunkFaces = 1 << 14;
+  // Read in chunks that stay in cache while they are welded, and never hold the whole file;
+  // small files in a hundred chunks so that progress moves in whole percentages.
+  constexpr std::size_t kMaxChunkFaces = 1 << 14;
   const std::size_t n = static_cast<std::size_t>(faces);
+  const std::size_t chunk_faces = std::min(kMaxChunkFaces, n / 100 + 1);
   StlBinaryFaces welded(n);
-  std::vector<unsigned char> chunk(std::min(n, kChunkFaces) * kStlFaceBytes);
-  for (std::size_t first = 0; first < n; first += kChunkFaces) {
-    const std::size_t count = std::min(kChunkFaces, n - first);
+  std::vector<unsigned char> chunk(std::min(n, chunk_faces) * kStlFaceBytes);
+  for (std::size_t first = 0; first < n; first += chunk_faces) {
+    const std::size_t count = std::min(chunk_faces, n - first);
     if (!in.read(reinterpret_cast<char*>(chunk.data()),
                  static_cast<std::streamsize>(count * kStlFaceBytes))) {
       LOG(ERROR) << what << ": could not read face " << first << " of " << n;

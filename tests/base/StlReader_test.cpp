@@ -147,6 +147,13 @@ TEST(StlWeldTest, LargeGridSharesEveryInnerVertex) {
       ASSERT_EQ(mesh.get_vCoord(mesh.get_face(f)[c]), tris[f][c]) << f << " " << c;
     }
   }
+  // The file reader welds chunk by chunk; chunk borders must not change the result.
+  const std::string path = temp_path("grid.stl");
+  write_file(path, image);
+  BaseTriMesh from_file;
+  ASSERT_EQ(read_stl_mesh(path, from_file, nullptr), 0);
+  EXPECT_EQ(vertices_of(from_file), vertices_of(mesh));
+  EXPECT_EQ(faces_of(from_file), faces_of(mesh));
 }
 
 // ---- Bad input -----------------------------------------------------------------------------
