@@ -18,3 +18,8 @@
 #include "quorvex/baseTypeIO/GCode.h"
 #include "quorvex/baseTypeIO/TextFileWriter.h"
 #include "quorvex/planeGeometry/BoundaryTransform.h"
+
+// quorvexBase: meshes and their readers
+#include "quorvex/base/BaseTriMesh.h"
+#include "quorvex/base/MeshReaders.h"
+#include "quorvex/base/StlSniff.h"
