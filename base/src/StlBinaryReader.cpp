@@ -45,23 +45,44 @@ StlBinaryFaces::StlBinaryFaces(std::size_t face_count)
   faces_.reserve(face_count);
 }
 
-bool StlBinaryFaces::add_records(const unsigned char* records, std::size_t count,
-                                 const std::string& what) {
+namespace {
+
+// Keys of one batch of faces, loaded (and their table slots prefetched) one batch ahead of
+// the welding, so that the fetches overlap the work on the batch before.
+struct KeyBatch {
   VertexWelder::Key keys[3 * kBatchFaces];
   std::uint64_t hashes[3 * kBatchFaces];
-  for (std::size_t first = 0; first < count; first += kBatchFaces) {
-    const std::size_t batch = std::min(kBatchFaces, count - first);
-    const unsigned char* rec = records + first * kStlFaceBytes;
-    for (std::size_t k = 0; k < 3 * batch; ++k) {
+  std::size_t faces = 0;
+
+  void load(const unsigned char* records, std::size_t count, const VertexWelder& welder) {
+    faces = count;
+    for (std::size_t k = 0; k < 3 * count; ++k) {
       // Corner c of a face starts 12 bytes after its stored normal.
-      keys[k] = load_vertex_key(rec + (k / 3) * kStlFaceBytes + 12 + (k % 3) * 12);
+      keys[k] = load_vertex_key(records + (k / 3) * kStlFaceBytes + 12 + (k % 3) * 12);
       hashes[k] = VertexWelder::hash_of(keys[k]);
-      if (!welder_.is_recent(keys[k], hashes[k])) welder_.prefetch(hashes[k]);
+      if (!welder.is_recent(keys[k], hashes[k])) welder.prefetch(hashes[k]);
     }
-    for (std::size_t f = 0; f < batch; ++f) {
+  }
+};
+
+}  // namespace
+
+bool StlBinaryFaces::add_records(const unsigned char* records, std::size_t count,
+                                 const std::string& what) {
+  KeyBatch batches[2];
+  int current = 0;
+  batches[0].load(records, std::min(kBatchFaces, count), welder_);
+  for (std::size_t first = 0; first < count; first += kBatchFaces, current ^= 1) {
+    const std::size_t next = first + kBatchFaces;
+    if (next < count) {
+      batches[current ^ 1].load(records + next * kStlFaceBytes, std::min(kBatchFaces, count - next),
+                                welder_);
+    }
+    const KeyBatch& b = batches[current];
+    for (std::size_t f = 0; f < b.faces; ++f) {
       int corner[3];
       for (int c = 0; c < 3; ++c) {
-        corner[c] = welder_.weld(keys[3 * f + c], hashes[3 * f + c]);
+        corner[c] = welder_.weld(b.keys[3 * f + c], b.hashes[3 * f + c]);
         if (corner[c] < 0) {
           LOG(ERROR) << what << ": binary STL has more distinct vertices than a mesh can index";
           return false;
