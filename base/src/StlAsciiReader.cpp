@@ -119,10 +119,7 @@ bool parse_float(std::string_view word, float& value) {
 
 std::uint64_t stream_remaining_bytes(std::istream& in) {
   const std::istream::pos_type start = in.tellg();
-  if (start == std::istream::pos_type(-1)) {
-    in.clear();
-    return 0;
-  }
+  if (start == std::istream::pos_type(-1)) return 0;
   in.seekg(0, std::ios::end);
   const std::istream::pos_type end = in.tellg();
   in.clear();
