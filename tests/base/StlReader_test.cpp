@@ -22,6 +22,8 @@ struct SniffCase {
   std::string text;
   bool ascii;
 };
+// Printed by name: gtest would otherwise dump the bytes, padding included.
+void PrintTo(const SniffCase& c, std::ostream* os) { *os << c.name; }
 
 class StlSniffTest : public ::testing::TestWithParam<SniffCase> {};
 
@@ -162,6 +164,8 @@ struct BadBinaryCase {
   const char* name;
   std::string image;
 };
+// Printed by name: gtest would otherwise dump the bytes, padding included.
+void PrintTo(const BadBinaryCase& c, std::ostream* os) { *os << c.name; }
 
 class StlBadBinaryTest : public ::testing::TestWithParam<BadBinaryCase> {};
 
@@ -215,6 +219,8 @@ struct BadAsciiCase {
   const char* name;
   std::string text;
 };
+// Printed by name: gtest would otherwise dump the bytes, padding included.
+void PrintTo(const BadAsciiCase& c, std::ostream* os) { *os << c.name; }
 
 class StlBadAsciiTest : public ::testing::TestWithParam<BadAsciiCase> {};
 
@@ -330,6 +336,8 @@ struct SplitCase {
   std::string base;
   std::string ext;
 };
+// Printed by name: gtest would otherwise dump the bytes, padding included.
+void PrintTo(const SplitCase& c, std::ostream* os) { *os << c.path; }
 
 class SplitFileNameTest : public ::testing::TestWithParam<SplitCase> {};
 
