@@ -20,14 +20,18 @@ void Cloud::enable_vColor() {
 BaseTriMesh::~BaseTriMesh() = default;
 
 Vector3f triangle_unit_normal(const Vector3f& a, const Vector3f& b, const Vector3f& c) {
-  // In double: the squared length of a float cross product underflows for faces of about
-  // 1e-10 units and overflows for faces of about 1e10, and either would lose the normal.
+  const Vector3f n = (b - a).cross(c - a);
+  const float len2 = n.squaredNorm();
+  // Squared lengths in this range lose nothing to underflow or overflow: normalise in float.
+  if (len2 >= 1e-30f && len2 <= 1e30f) return n / std::sqrt(len2);
+  // Otherwise in double: the float squared length of faces of about 1e-10 units underflows
+  // and of about 1e10 overflows, and either would lose the normal.
   const Eigen::Vector3d e1 = (b - a).cast<double>();
   const Eigen::Vector3d e2 = (c - a).cast<double>();
-  const Eigen::Vector3d n = e1.cross(e2);
-  const double len = n.norm();
+  const Eigen::Vector3d nd = e1.cross(e2);
+  const double len = nd.norm();
   if (!(len > 0.0) || !std::isfinite(len)) return Vector3f::Zero();
-  return (n / len).cast<float>();
+  return (nd / len).cast<float>();
 }
 
 Vector3f BaseTriMesh::normal_of(const BaseTriFace& f) const {

@@ -119,10 +119,7 @@ bool parse_float(std::string_view word, float& value) {
 
 std::uint64_t stream_remaining_bytes(std::istream& in) {
   const std::istream::pos_type start = in.tellg();
-  if (start == std::istream::pos_type(-1)) {
-    in.clear();
-    return 0;
-  }
+  if (start == std::istream::pos_type(-1)) return 0;
   in.seekg(0, std::ios::end);
   const std::istream::pos_type end = in.tellg();
   in.clear();
@@ -183,7 +180,12 @@ int parse_stl_ascii(std::istream& in, std::uint64_t total_bytes, BaseTriMesh& me
       reader.skip_line();
     } else if (!equals_folded(word, "outer") && !equals_folded(word, "loop") &&
                !equals_folded(word, "endloop")) {
-      return fail("has the unexpected word \"" + std::string(word.substr(0, 32)) + "\"");
+      // Shown in part, with bytes that are no printable text replaced: it may be binary junk.
+      std::string shown(word.substr(0, 32));
+      for (char& ch : shown) {
+        if (!std::isprint(static_cast<unsigned char>(ch))) ch = '?';
+      }
+      return fail("has the unexpected word \"" + shown + "\"");
     }
   }
   if (in.bad()) return fail("could not be read to its end");

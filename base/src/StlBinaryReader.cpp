@@ -13,8 +13,6 @@ namespace Quorvex {
 
 namespace {
 
-constexpr std::size_t kHeaderBytes = 84;
-constexpr std::size_t kFaceBytes = 50;
 // Faces looked up together, so that the table slots of one batch are fetched side by side.
 constexpr std::size_t kBatchFaces = 32;
 
@@ -30,53 +28,97 @@ VertexWelder::Key load_vertex_key(const unsigned char* p) {
 
 }  // namespace
 
-int parse_stl_binary(const unsigned char* data, std::size_t size, BaseTriMesh& mesh,
-                     ProgressMeter& meter, const std::string& what) {
-  if (data == nullptr || size < kHeaderBytes) {
-    LOG(ERROR) << what << ": binary STL of " << size << " bytes is shorter than its "
-               << kHeaderBytes << "-byte header";
-    mesh.clear();
-    return kBaseReadCorrupt;
-  }
-  const std::size_t n = load_le32(data + 80);
-  // Compared in 64 bits: an absurd count must fail here, before anything is allocated.
-  const std::uint64_t needed = kHeaderBytes + static_cast<std::uint64_t>(kFaceBytes) * n;
-  if (static_cast<std::uint64_t>(size) < needed) {
-    LOG(ERROR) << what << ": binary STL declares " << n << " faces, which need " << needed
-               << " bytes, but holds only " << size;
-    mesh.clear();
-    return kBaseReadCorrupt;
-  }
+std::uint32_t stl_binary_face_count(const unsigned char* header) { return load_le32(header + 80); }
 
-  VertexWelder welder(n);
-  std::vector<BaseTriFace> faces;
-  faces.reserve(n);
+bool stl_binary_size_fits(std::uint64_t faces, std::uint64_t size, const std::string& what) {
+  // In 64 bits: 84 + 50 * (2^32 - 1) does not overflow.
+  const std::uint64_t needed = kStlHeaderBytes + kStlFaceBytes * faces;
+  if (size >= needed) return true;
+  LOG(ERROR) << what << ": binary STL declares " << faces << " faces, which need " << needed
+             << " bytes, but holds only " << size;
+  return false;
+}
+
+// A closed surface has about half as many vertices as faces; the welder grows beyond.
+StlBinaryFaces::StlBinaryFaces(std::size_t face_count)
+    : welder_(face_count / 2 + 1), welder_vertices_(welder_.vertices()) {
+  faces_.reserve(face_count);
+}
+
+namespace {
+
+// Keys of one batch of faces, loaded (and their table slots prefetched) one batch ahead of
+// the welding, so that the fetches overlap the work on the batch before.
+struct KeyBatch {
   VertexWelder::Key keys[3 * kBatchFaces];
   std::uint64_t hashes[3 * kBatchFaces];
-  for (std::size_t first = 0; first < n; first += kBatchFaces) {
-    const std::size_t count = std::min(kBatchFaces, n - first);
-    const unsigned char* rec = data + kHeaderBytes + first * kFaceBytes;
+  std::size_t faces = 0;
+
+  void load(const unsigned char* records, std::size_t count, const VertexWelder& welder) {
+    faces = count;
     for (std::size_t k = 0; k < 3 * count; ++k) {
-      // Corner c of face f starts 12 bytes after the stored normal.
-      keys[k] = load_vertex_key(rec + (k / 3) * kFaceBytes + 12 + (k % 3) * 12);
+      // Corner c of a face starts 12 bytes after its stored normal.
+      keys[k] = load_vertex_key(records + (k / 3) * kStlFaceBytes + 12 + (k % 3) * 12);
       hashes[k] = VertexWelder::hash_of(keys[k]);
-      welder.prefetch(hashes[k]);
+      if (!welder.is_recent(keys[k], hashes[k])) welder.prefetch(hashes[k]);
     }
-    for (std::size_t f = 0; f < count; ++f) {
+  }
+};
+
+}  // namespace
+
+bool StlBinaryFaces::add_records(const unsigned char* records, std::size_t count,
+                                 const std::string& what) {
+  KeyBatch batches[2];
+  int current = 0;
+  batches[0].load(records, std::min(kBatchFaces, count), welder_);
+  for (std::size_t first = 0; first < count; first += kBatchFaces, current ^= 1) {
+    const std::size_t next = first + kBatchFaces;
+    if (next < count) {
+      batches[current ^ 1].load(records + next * kStlFaceBytes, std::min(kBatchFaces, count - next),
+                                welder_);
+    }
+    const KeyBatch& b = batches[current];
+    for (std::size_t f = 0; f < b.faces; ++f) {
       int corner[3];
       for (int c = 0; c < 3; ++c) {
-        corner[c] = welder.weld(keys[3 * f + c], hashes[3 * f + c]);
+        corner[c] = welder_.weld(b.keys[3 * f + c], b.hashes[3 * f + c]);
         if (corner[c] < 0) {
           LOG(ERROR) << what << ": binary STL has more distinct vertices than a mesh can index";
-          mesh.clear();
-          return kBaseReadCorrupt;
+          return false;
         }
       }
-      faces.emplace_back(corner[0], corner[1], corner[2]);
+      faces_.emplace_back(corner[0], corner[1], corner[2]);
+    }
+  }
+  return true;
+}
+
+int parse_stl_binary(const unsigned char* data, std::size_t size, BaseTriMesh& mesh,
+                     ProgressMeter& meter, const std::string& what) {
+  if (data == nullptr || size < kStlHeaderBytes) {
+    LOG(ERROR) << what << ": binary STL of " << size << " bytes is shorter than its "
+               << kStlHeaderBytes << "-byte header";
+    mesh.clear();
+    return kBaseReadCorrupt;
+  }
+  const std::size_t n = stl_binary_face_count(data);
+  if (!stl_binary_size_fits(n, size, what)) {
+    mesh.clear();
+    return kBaseReadCorrupt;
+  }
+  StlBinaryFaces faces(n);
+  // Chunks only to report progress as it goes.
+  const std::size_t chunk = n / 100 + 1;
+  for (std::size_t first = 0; first < n; first += chunk) {
+    const std::size_t count = std::min(chunk, n - first);
+    if (!faces.add_records(data + kStlHeaderBytes + first * kStlFaceBytes, count, what)) {
+      mesh.clear();
+      return kBaseReadCorrupt;
     }
     meter.report_fraction(first + count, n);
   }
-  store_welded_mesh(mesh, welder.vertices(), faces);
+  faces.store(mesh);
   return 0;
 }
 

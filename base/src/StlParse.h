@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <istream>
 #include <string>
+#include <vector>
 
 #include "ProgressMeter.h"
+#include "VertexWelder.h"
 #include "quorvex/base/BaseTriMesh.h"
 
 namespace Quorvex {
@@ -16,6 +18,31 @@ namespace Quorvex {
 // Binary image of `size` bytes: 80-byte header, face count, 50 bytes per face.
 int parse_stl_binary(const unsigned char* data, std::size_t size, BaseTriMesh& mesh,
                      ProgressMeter& meter, const std::string& what);
+
+// Binary STL layout: 80-byte header, face count, then one record per face.
+constexpr std::size_t kStlHeaderBytes = 84;
+constexpr std::size_t kStlFaceBytes = 50;
+
+// The face count stored in an 84-byte header.
+std::uint32_t stl_binary_face_count(const unsigned char* header);
+
+// Whether `size` bytes can hold `faces` records; logs the failure. Checked before anything
+// is allocated, so an absurd count costs nothing.
+bool stl_binary_size_fits(std::uint64_t faces, std::uint64_t size, const std::string& what);
+
+// Welds binary face records, given in one piece or in consecutive chunks.
+class StlBinaryFaces {
+ public:
+  explicit StlBinaryFaces(std::size_t face_count);
+  // False (logged) when the mesh would need more vertices than it can index.
+  bool add_records(const unsigned char* records, std::size_t count, const std::string& what);
+  void store(BaseTriMesh& mesh) const { store_welded_mesh(mesh, welder_vertices_, faces_); }
+
+ private:
+  VertexWelder welder_;
+  const std::vector<Vector3f>& welder_vertices_;
+  std::vector<BaseTriFace> faces_;
+};
 
 // ASCII text; `total_bytes` (0 when unknown) scales the progress.
 int parse_stl_ascii(std::istream& in, std::uint64_t total_bytes, BaseTriMesh& mesh,

@@ -29,7 +29,7 @@ int read_stl_file(const std::string& path, BaseTriMesh& mesh, ProgressMeter& met
 
   // Read the face count first, so that the buffer is sized by what the file can hold and not
   // by what its header claims.
-  unsigned char header[84];
+  unsigned char header[kStlHeaderBytes];
   if (size < sizeof(header)) {
     LOG(ERROR) << what << ": binary STL of " << size << " bytes is shorter than its 84-byte header";
     mesh.clear();
@@ -40,26 +40,34 @@ int read_stl_file(const std::string& path, BaseTriMesh& mesh, ProgressMeter& met
     mesh.clear();
     return kBaseReadCorrupt;
   }
-  const std::uint64_t faces = static_cast<std::uint64_t>(header[80]) |
-                              (static_cast<std::uint64_t>(header[81]) << 8) |
-                              (static_cast<std::uint64_t>(header[82]) << 16) |
-                              (static_cast<std::uint64_t>(header[83]) << 24);
-  const std::uint64_t needed = sizeof(header) + 50 * faces;
-  if (size < needed) {
-    LOG(ERROR) << what << ": binary STL declares " << faces << " faces, which need " << needed
-               << " bytes, but holds only " << size;
+  const std::uint64_t faces = stl_binary_face_count(header);
+  if (!stl_binary_size_fits(faces, size, what)) {
     mesh.clear();
     return kBaseReadCorrupt;
   }
-  std::vector<unsigned char> data(static_cast<std::size_t>(needed));
-  std::copy(header, header + sizeof(header), data.begin());
-  if (!in.read(reinterpret_cast<char*>(data.data() + sizeof(header)),
-               static_cast<std::streamsize>(needed - sizeof(header)))) {
-    LOG(ERROR) << what << ": could not read its " << needed << " bytes";
-    mesh.clear();
-    return kBaseReadCorrupt;
+  // Read in chunks that stay in cache while they are welded, and never hold the whole file;
+  // small files in a hundred chunks so that progress moves in whole percentages.
+  constexpr std::size_t kMaxChunkFaces = 1 << 14;
+  const std::size_t n = static_cast<std::size_t>(faces);
+  const std::size_t chunk_faces = std::min(kMaxChunkFaces, n / 100 + 1);
+  StlBinaryFaces welded(n);
+  std::vector<unsigned char> chunk(std::min(n, chunk_faces) * kStlFaceBytes);
+  for (std::size_t first = 0; first < n; first += chunk_faces) {
+    const std::size_t count = std::min(chunk_faces, n - first);
+    if (!in.read(reinterpret_cast<char*>(chunk.data()),
+                 static_cast<std::streamsize>(count * kStlFaceBytes))) {
+      LOG(ERROR) << what << ": could not read face " << first << " of " << n;
+      mesh.clear();
+      return kBaseReadCorrupt;
+    }
+    if (!welded.add_records(chunk.data(), count, what)) {
+      mesh.clear();
+      return kBaseReadCorrupt;
+    }
+    meter.report_fraction(first + count, n);
   }
-  return parse_stl_binary(data.data(), data.size(), mesh, meter, what);
+  welded.store(mesh);
+  return 0;
 }
 
 }  // namespace

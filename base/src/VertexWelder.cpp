@@ -17,17 +17,22 @@ std::size_t table_size_for(std::size_t distinct) {
 
 VertexWelder::VertexWelder(std::size_t expected_distinct) {
   const std::size_t expected = std::min(expected_distinct, kMaxVertices);
-  slots_.assign(table_size_for(expected), Slot{{0, 0, 0}, -1});
+  slots_.assign(table_size_for(expected), Slot{0, -1});
   mask_ = slots_.size() - 1;
+  recent_.assign(kRecentSlots, Slot{0, -1});
   vertices_.reserve(expected);
 }
 
 int VertexWelder::weld(const Key& key, std::uint64_t hash) {
+  const std::uint32_t tag = tag_of(hash);
+  Slot& recent = recent_[recent_slot(hash)];
+  if (recent.tag == tag && recent.index >= 0 && holds(recent.index, key)) return recent.index;
   std::size_t i = hash & mask_;
   for (;;) {
-    Slot& s = slots_[i];
+    const Slot& s = slots_[i];
     if (s.index < 0) break;
-    if (s.bits[0] == key.bits[0] && s.bits[1] == key.bits[1] && s.bits[2] == key.bits[2]) {
+    if (s.tag == tag && holds(s.index, key)) {
+      recent = s;
       return s.index;
     }
     i = (i + 1) & mask_;
@@ -37,19 +42,20 @@ int VertexWelder::weld(const Key& key, std::uint64_t hash) {
   Vector3f p;
   std::memcpy(p.data(), key.bits, sizeof(key.bits));
   vertices_.push_back(p);
-  slots_[i] = Slot{{key.bits[0], key.bits[1], key.bits[2]}, index};
+  slots_[i] = Slot{tag, index};
+  recent = slots_[i];
   if (2 * vertices_.size() > slots_.size()) grow();
   return index;
 }
 
 void VertexWelder::grow() {
-  std::vector<Slot> old(slots_.size() * 2, Slot{{0, 0, 0}, -1});
+  std::vector<Slot> old(slots_.size() * 2, Slot{0, -1});
   old.swap(slots_);
   mask_ = slots_.size() - 1;
   for (const Slot& s : old) {
     if (s.index < 0) continue;
-    Key k{{s.bits[0], s.bits[1], s.bits[2]}};
-    std::size_t i = hash_of(k) & mask_;
+    const std::uint64_t hash = hash_of(key_of(vertices_[static_cast<std::size_t>(s.index)].data()));
+    std::size_t i = hash & mask_;
     while (slots_[i].index >= 0) i = (i + 1) & mask_;
     slots_[i] = s;
   }

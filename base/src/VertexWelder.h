@@ -14,8 +14,11 @@ namespace Quorvex {
 // only with the same NaN bits: a reader must not invent connectivity the file does not
 // state.
 //
-// Open addressing with the key stored in the slot, so a lookup touches one cache line;
-// callers that know their next keys prefetch the slots (see prefetch()).
+// Open addressing over small slots (a tag of the hash and the vertex index, 8 bytes), so a
+// probe touches one cache line; callers that know their next keys prefetch the slots. In
+// front of the table sits a direct-mapped cache of recently welded vertices that fits the
+// first-level cache: neighbouring faces share corners, so most repeats are found there
+// without a trip to main memory.
 class VertexWelder {
  public:
   // Largest number of distinct vertices: face corners are 32-bit signed indices.
@@ -43,6 +46,11 @@ class VertexWelder {
     return h;
   }
   void prefetch(std::uint64_t hash) const { __builtin_prefetch(&slots_[hash & mask_]); }
+  // True when the key sits in the cache of recent vertices (then no prefetch is needed).
+  bool is_recent(const Key& key, std::uint64_t hash) const {
+    const Slot& r = recent_[recent_slot(hash)];
+    return r.tag == tag_of(hash) && r.index >= 0 && holds(r.index, key);
+  }
 
   // Index of the vertex with these bits, added if new; -1 when the mesh would exceed
   // kMaxVertices.
@@ -57,11 +65,23 @@ class VertexWelder {
 
  private:
   struct Slot {
-    std::uint32_t bits[3];
+    std::uint32_t tag;   // high half of the hash
     std::int32_t index;  // -1 marks an empty slot
   };
+  static constexpr std::size_t kRecentSlots = std::size_t{1} << 13;
+  static std::uint32_t tag_of(std::uint64_t hash) { return static_cast<std::uint32_t>(hash >> 32); }
+  // Cache slot from bits the table index does not use, so the two do not collide alike.
+  static std::size_t recent_slot(std::uint64_t hash) {
+    return static_cast<std::size_t>(hash >> 51) & (kRecentSlots - 1);
+  }
+  bool holds(std::int32_t index, const Key& k) const {
+    return std::memcmp(vertices_[static_cast<std::size_t>(index)].data(), k.bits, sizeof(k.bits)) ==
+           0;
+  }
   void grow();
 
+  // Tagged too: a stale entry must be told apart without reading its far-away vertex.
+  std::vector<Slot> recent_;
   std::vector<Slot> slots_;
   std::size_t mask_ = 0;
   std::vector<Vector3f> vertices_;

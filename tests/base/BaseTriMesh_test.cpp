@@ -25,6 +25,8 @@ struct NormalCase {
   Vector3f a, b, c;
   Vector3f expected;
 };
+// Printed by name: gtest would otherwise dump the bytes, padding included.
+void PrintTo(const NormalCase& c, std::ostream* os) { *os << c.name; }
 
 class FaceNormalTest : public ::testing::TestWithParam<NormalCase> {};
 
