@@ -18,3 +18,8 @@
 #include "quorvex/baseTypeIO/GCode.h"
 #include "quorvex/baseTypeIO/TextFileWriter.h"
 #include "quorvex/planeGeometry/BoundaryTransform.h"
+
+// quorvexCommon: loop simplification
+#include "quorvex/planeGeometry/QEMSimp.h"
+#include "quorvex/planeGeometry/SimplifyDP.h"
+#include "quorvex/planeGeometry/SimplifyDistance.h"
