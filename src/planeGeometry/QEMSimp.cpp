@@ -63,14 +63,15 @@ using Vec5 = Eigen::Matrix<double, 5, 1>;
 using Vec2 = Eigen::Matrix<double, 2, 1>;
 using Rows25 = Eigen::Matrix<double, 2, 5>;
 
+// Position and colour of one vertex side by side, so that reading a neighbour costs one
+// memory access rather than one in each sequence of the path.
 struct ColourPoint {
-  const Point2* position;
-  const Color3f* colour;
+  float v[5];
 
   Vec5 widened() const {
-    Vec5 v;
-    v << position->x, position->y, (*colour)[0], (*colour)[1], (*colour)[2];
-    return v;
+    Vec5 w;
+    w << v[0], v[1], v[2], v[3], v[4];
+    return w;
   }
 };
 
@@ -170,40 +171,42 @@ class CandidateHeap {
   std::vector<QEMCandidate> h_;
 };
 
-template <class Quadric>
+// The ring links of one input vertex. The quadrics live in a parallel array: the links are
+// what every heap entry is checked against, and kept small they stay in cache on long loops.
 struct QEMVertex {
   int32_t id;
   int32_t prev;
   int32_t next;
   int32_t version;
   bool alive;
-  Quadric quadric;
 };
 
 // `point(i)` gives what the quadric of input vertex i is built from and measured against;
-// the input itself is never moved, only relinked.
+// the input itself is never moved, only relinked. Returns the alive flags in input order.
 template <class Quadric, class PointOf>
 std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
-  std::vector<QEMVertex<Quadric>> v;
+  std::vector<QEMVertex> v;
+  std::vector<Quadric> quadric;
   v.reserve(static_cast<std::size_t>(n));
+  quadric.reserve(static_cast<std::size_t>(n));
   CandidateHeap heap;
   heap.reserve(3 * static_cast<std::size_t>(n));
   for (int32_t i = 0; i < n; ++i) {
     const int32_t prev = i == 0 ? n - 1 : i - 1;
     const int32_t next = i == n - 1 ? 0 : i + 1;
-    Quadric q(point(i));
-    heap.push({i, 0, q.cost(point(prev), point(next))});
-    v.push_back({i, prev, next, 0, true, q});
+    quadric.emplace_back(point(i));
+    heap.push({i, 0, quadric.back().cost(point(prev), point(next))});
+    v.push_back({i, prev, next, 0, true});
   }
 
   auto ring_too_small = [&v](int32_t k) {
-    const QEMVertex<Quadric>& x = v[k];
+    const QEMVertex& x = v[k];
     return x.next == x.id || x.next == x.prev || x.prev == x.id;
   };
 
   while (!heap.empty()) {
     const QEMCandidate top = heap.pop();
-    QEMVertex<Quadric>& gone = v[top.vertex];
+    QEMVertex& gone = v[top.vertex];
     if (top.version != gone.version) continue;  // stale: the vertex changed since
     if (top.error > limit) break;               // nothing cheaper is left
     const int32_t p = gone.prev;
@@ -212,14 +215,14 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
     gone.alive = false;
     ++v[p].version;
     v[p].next = nx;
-    v[p].quadric.merge_mean(gone.quadric);
+    quadric[p].merge_mean(quadric[top.vertex]);
     ++v[nx].version;
     v[nx].prev = p;
-    v[nx].quadric.merge_mean(gone.quadric);
+    quadric[nx].merge_mean(quadric[top.vertex]);
     if (ring_too_small(p) || ring_too_small(nx)) break;
     for (const int32_t k : {p, nx}) {
-      const QEMVertex<Quadric>& x = v[k];
-      heap.push({k, x.version, x.quadric.cost(point(x.prev), point(x.next))});
+      const QEMVertex& x = v[k];
+      heap.push({k, x.version, quadric[k].cost(point(x.prev), point(x.next))});
     }
   }
 
@@ -263,12 +266,12 @@ void get_QEM_simplified_loop_with_colour(std::shared_ptr<Path>& path, float posi
   const double limit = colour_tolerance * colour_tolerance;
   const Point2Vector& pts = *points;
   const ColorVector& cols = *colours;
+  std::vector<ColourPoint> packed(pts.size());
+  for (std::size_t i = 0; i < pts.size(); ++i) {
+    packed[i] = ColourPoint{{pts[i].x, pts[i].y, cols[i][0], cols[i][1], cols[i][2]}};
+  }
   const std::vector<bool> alive = collapse_ring<ColourQuadric>(
-      n,
-      [&pts, &cols](int32_t i) {
-        return ColourPoint{&pts[i], &cols[i]};
-      },
-      limit);
+      n, [&packed](int32_t i) -> const ColourPoint& { return packed[i]; }, limit);
 
   auto kept_points = std::make_shared<Point2Vector>();
   auto kept_colours = std::make_shared<ColorVector>();
