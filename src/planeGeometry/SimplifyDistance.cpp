@@ -205,7 +205,7 @@ RetVal get_simplified_path_with_colour(std::shared_ptr<Path>& path, float tolera
   if (!colours || colours->size() < points->size()) return RETVAL_BAD_INPUT;
 
   const std::size_t n = points->size();
-  double step = static_cast<double>(tolerance) * 0.00390625;
+  double step = static_cast<double>(tolerance) * kFirstStepFraction;
   const int32_t limit = truncate_to_i32(static_cast<double>(n) * 256.0);
   if (limit > 1) {
     for (int64_t counter = 1; counter < limit; counter *= 2) {
