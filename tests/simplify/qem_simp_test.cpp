@@ -67,6 +67,12 @@ TEST(QEMSimp, RefusesBadToleranceAndShortLoops) {
   EXPECT_EQ(triangle.size(), 3u);
 }
 
+TEST(QEMSimp, AllPointsEqualLeaveTwo) {
+  Loop loop(10, Point2(2, 3));
+  EXPECT_EQ(get_QEM_simplified_loop(loop, 1e-3f), RETVAL_OK);
+  EXPECT_EQ(loop.size(), 2u);
+}
+
 TEST(QEMSimp, NoisySidesCollapseToTheCorners) {
   const Loop original = test::square_with_side_points(10, 10, 1e-3f, 4);
   Loop loop = original;

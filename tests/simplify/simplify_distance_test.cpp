@@ -53,6 +53,13 @@ TEST(SimplifyDistance, TwoVerticesAreAccepted) {
   }
 }
 
+TEST(SimplifyDistance, AllPointsEqualLeaveOne) {
+  Loop loop(10, Point2(2, 3));
+  EXPECT_EQ(get_simplified_loop(loop, 1.0f), RETVAL_OK);
+  ASSERT_EQ(loop.size(), 1u);
+  EXPECT_TRUE(test::same_point(loop[0], {2, 3}));
+}
+
 TEST(SimplifyDistance, ZeroToleranceChangesNothing) {
   const Loop original = test::square_with_side_points(20, 10, 0, 1);  // exactly straight sides
   Loop loop = original;
