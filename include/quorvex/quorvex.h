@@ -45,6 +45,9 @@
 
 // quorvexCommon: planeGeometry
 #include "quorvex/planeGeometry/BoundaryTransform.h"
+#include "quorvex/planeGeometry/QEMSimp.h"
+#include "quorvex/planeGeometry/SimplifyDP.h"
+#include "quorvex/planeGeometry/SimplifyDistance.h"
 
 // quorvexCommon: polygon
 #include "quorvex/polygon/Clipper.h"

@@ -8,6 +8,7 @@
 #include <locale>
 
 #include "quorvex/base/MeshReaders.h"
+#include "quorvex/base/StlSniff.h"
 
 namespace Quorvex {
 
@@ -45,12 +46,6 @@ inline void store_le_record(unsigned char* out, const float (&values)[12]) {
   out[49] = 0;
 }
 
-void upper_in_place(char* text) {
-  for (; *text != '\0'; ++text) {
-    *text = static_cast<char>(std::toupper(static_cast<unsigned char>(*text)));
-  }
-}
-
 }  // namespace
 
 IORet write_TriMesh_to_memory(std::vector<unsigned char>& image, const BaseTriMesh& mesh) {
@@ -82,20 +77,8 @@ IORet write_TriMesh_to_memory(std::vector<unsigned char>& image, const BaseTriMe
   return IORET_OK;
 }
 
-bool is_ascii_stl(std::istream& in) {
-  constexpr std::streamsize kLine = 256;
-  char line[kLine] = {};
-  in.getline(line, kLine - 1);
-  upper_in_place(line);
-  if (std::strstr(line, "SOLID") == nullptr) return false;
-  if (in.fail() || in.bad()) return false;
-  do {
-    in.getline(line, kLine - 1);
-    if (line[0] == '\0' && (in.fail() || in.bad())) return false;
-  } while (line[0] == '\0');
-  upper_in_place(line);
-  return std::strstr(line, "FACET") != nullptr;
-}
+// The sniff is the base library's, so files and memory buffers are told apart alike.
+bool is_ascii_stl(std::istream& in) { return stl_stream_is_ascii(in); }
 
 IORet read_stl_in_memory(const std::vector<unsigned char>& data, BaseTriMesh& mesh) {
   if (data.empty()) return IORET_EMPTY_DATA;
