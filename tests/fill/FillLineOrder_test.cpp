@@ -47,9 +47,9 @@ TEST(FillLineOrder, SingleLineGivesOneColumnPerPairByDistanceFromColumnZero) {
 TEST(FillLineOrder, EqualCountsKeepColumnsByPositionWhateverTheGeometry) {
   // The second line's segments lie swapped against the first's; the count does not change,
   // so the columns follow the positions.
-  const Lines out = sort_ok(
-      {line_at(0, {0, 1, 10, 11}), line_at(1, {10, 11, 0, 1}), line_at(2, {0, 1, 10, 11})}, 2.0f,
-      1.0f);
+  const Lines out =
+      sort_ok({line_at(0, {0, 1, 10, 11}), line_at(1, {10, 11, 0, 1}), line_at(2, {0, 1, 10, 11})},
+              2.0f, 1.0f);
   ASSERT_EQ(out.size(), 2u);
   expect_polyline(*out[0], {{0, 0}, {1, 0}, {11, 1}, {10, 1}, {0, 2}, {1, 2}});
   expect_polyline(*out[1], {{10, 0}, {11, 0}, {1, 1}, {0, 1}, {10, 2}, {11, 2}});
@@ -109,9 +109,9 @@ TEST(FillLineOrder, OverlapBeyondLineOffsetDoesNotCount) {
 }
 
 TEST(FillLineOrder, OddLinesAreSkippedAndFirstEvenLineOpensColumns) {
-  const Lines out = sort_ok({line_at(0, {5}), line_at(1, {0, 10}), line_at(2, {0, 1, 2}),
-                             line_at(3, {0, 4, 6, 10})},
-                            3.0f, 2.5f);
+  const Lines out = sort_ok(
+      {line_at(0, {5}), line_at(1, {0, 10}), line_at(2, {0, 1, 2}), line_at(3, {0, 4, 6, 10})},
+      3.0f, 2.5f);
   // The last line is judged against line 1, the last one used.
   ASSERT_EQ(out.size(), 2u);
   expect_polyline(*out[0], {{0, 1}, {10, 1}, {4, 3}, {0, 3}});

@@ -150,16 +150,15 @@ TEST(FillLine, HorizontalEdgeOnBandLineRunningLeftRecordsItsEnd) {
 }
 
 TEST(FillLine, PlateauOnBandLineLeavesOddParityAndDropsTheLine) {
-  // The top of a plain square at the height of the last line: only the falling edge that
-  // leaves the top records its start, since the end test looks two nodes ahead; the line
-  // is dropped for odd parity.
+  // The flat top of one square lies at the height of the last line, which a second, taller
+  // square sets. Only the falling edge that leaves the top records its start, since the end
+  // test looks two nodes ahead: three crossings, and the whole line is dropped.
   const float top = band_high(10, 1);
-  const Loops loops = {loop({{0, 0}, {10, 0}, {10, top}, {0, top}})};
+  const Loops loops = {rect(0, 0, 10, top), rect(20, 0, 30, 10)};
   const Lines lines = fill(loops, 1.0f, 0.0f, 0.0f, false);
-  const float below = band_high(top, 1);
-  ASSERT_FALSE(lines.empty());
-  for (const auto& l : lines) EXPECT_LT((*l)[0].y, top);
-  EXPECT_EQ((*lines.back())[0].y, below);
+  ASSERT_EQ(lines.size(), 10u);
+  EXPECT_EQ((*lines.back())[0].y, 9.0f);
+  EXPECT_EQ(lines.back()->size(), 4u);
 }
 
 TEST(FillLine, TouchingLoopsCancelOnTheSharedSide) {
@@ -233,6 +232,47 @@ TEST(FillLine, ConnectedConvexRegionIsOneZigzag) {
     EXPECT_EQ(z[i + 1].x, rightward ? 10.0f : 0.0f);
     EXPECT_EQ(z[i].y, z[i + 1].y);
   }
+}
+
+// Position of the run `want` inside `got`, or -1.
+long find_run(const Point2Vector& got, const std::vector<Point2>& want) {
+  for (size_t i = 0; i + want.size() <= got.size(); ++i) {
+    bool match = true;
+    for (size_t j = 0; j < want.size() && match; ++j) {
+      match = got[i + j].x == want[j].x && got[i + j].y == want[j].y;
+    }
+    if (match) return static_cast<long>(i);
+  }
+  return -1;
+}
+
+TEST(FillLine, LinkingPrefersTheLowerLineAndCopiesTheOutlineBetween) {
+  // A U: at the inner end (7,3) of the right prong's lowest segment, the walk one way
+  // reaches (3,3) on the same line around the bottom of the gap, the other way (7,4) one
+  // line up. The lower line wins, and the outline between comes along.
+  const Loops loops = {
+      loop({{0, 0}, {10, 0}, {10, 10}, {7, 10}, {7, 2.5f}, {3, 2.5f}, {3, 10}, {0, 10}})};
+  const Lines lines = fill(loops, 1.0f, 0.0f, 0.0f, true);
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_GE(
+      find_run(
+          *lines[0],
+          {{0, 2}, {10, 2}, {10, 3}, {7, 3}, {7, 2.5f}, {3, 2.5f}, {3, 3}, {0, 3}, {0, 4}, {3, 4}}),
+      0);
+  // The right prong above line 3 is the second polyline, from its lowest segment's left end.
+  EXPECT_EQ((*lines[1])[0].x, 7.0f);
+  EXPECT_EQ((*lines[1])[0].y, 4.0f);
+}
+
+TEST(FillLine, LinkingOnEqualLinesTurnsBackAgainstTheTravel) {
+  // Travelling right along line 4 into a hole whose other side on line 4 is too short to
+  // link, both walks around the hole reach line 5: at (3,5) and at the hole's right side.
+  // The path turns back to (3,5), the one behind the direction of travel, and runs left.
+  const Loops loops = {rect(0, 0, 10, 10),
+                       loop({{3, 3.5f}, {9.8f, 3.5f}, {9.8f, 4.2f}, {6, 5.5f}, {3, 5.5f}})};
+  const Lines lines = fill(loops, 1.0f, 0.0f, 1.0f, true);
+  ASSERT_FALSE(lines.empty());
+  EXPECT_GE(find_run(*lines[0], {{10, 3}, {0, 3}, {0, 4}, {3, 4}, {3, 5}, {0, 5}}), 0);
 }
 
 TEST(FillLine, ConnectionCopiesOutlineVerticesFartherThanMinLength) {
