@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "FillScanContext.h"
+#include "SortedSearch.h"
 #include "quorvex/fill/FillLine.h"
 
 namespace Quorvex {
@@ -29,19 +30,34 @@ void LineCrossingSets::erase(size_t line, int32_t at, int32_t n) {
 
 namespace {
 
-// The scan lines an edge with heights lo..hi may meet: [first, last) of the ascending
-// heights. Only sizes the buffers; the pass itself decides line by line.
-struct LineRange {
-  size_t first;
-  size_t last;
+// For every input vertex, the scan lines at or above its height start at `at_or_above` and
+// those strictly above at `above`. An edge meets at most the lines from the first of its
+// lower end to before the second of its upper end.
+struct VertexLineRanks {
+  std::vector<int32_t> at_or_above;
+  std::vector<int32_t> above;
 };
 
-LineRange lines_within(const std::vector<double>& heights, double lo, double hi) {
-  const size_t first =
-      static_cast<size_t>(std::lower_bound(heights.begin(), heights.end(), lo) - heights.begin());
-  const size_t last =
-      static_cast<size_t>(std::upper_bound(heights.begin(), heights.end(), hi) - heights.begin());
-  return {first, last < first ? first : last};
+VertexLineRanks rank_vertices(const RingTable& rings, const std::vector<double>& heights) {
+  VertexLineRanks ranks;
+  size_t vertex_count = 0;
+  for (size_t r = 0; r < rings.size.size(); ++r) {
+    if (rings.size[r] > 0) {
+      vertex_count = std::max(vertex_count, static_cast<size_t>(rings.first[r] + rings.size[r]));
+    }
+  }
+  ranks.at_or_above.resize(vertex_count);
+  ranks.above.resize(vertex_count);
+  size_t hint = 0;
+  for (size_t v = 0; v < vertex_count; ++v) {
+    const double y = static_cast<double>(rings.nodes[v].p.y);
+    size_t i = lower_bound_from(heights, y, hint);
+    hint = i;
+    ranks.at_or_above[v] = static_cast<int32_t>(i);
+    while (i < heights.size() && !(heights[i] > y)) ++i;
+    ranks.above[v] = static_cast<int32_t>(i);
+  }
+  return ranks;
 }
 
 // Step 17: does the line through the start vertex A of edge (A, B) record A? P is the node
@@ -101,6 +117,7 @@ RetVal collect_crossings(FillScanContext& ctx, EdgeLineSearch search) {
 
   // Every edge meets at most the lines within its height range; counting them first bounds
   // the work and sizes each line's run of the crossing pool exactly once.
+  const VertexLineRanks ranks = rank_vertices(rings, heights);
   std::vector<int64_t> bound(line_count + 1, 0);
   int64_t total = 0;
   for (size_t r = 0; r < rings.size.size(); ++r) {
@@ -108,14 +125,17 @@ RetVal collect_crossings(FillScanContext& ctx, EdgeLineSearch search) {
     if (n < 3) continue;
     const int32_t base = rings.first[r];
     for (int32_t i = 0; i < n; ++i) {
-      const Point2& a = rings.point(base + i);
-      const Point2& b = rings.point(base + (i + 1 == n ? 0 : i + 1));
-      if (a.y == b.y) continue;
-      const LineRange range = lines_within(heights, static_cast<double>(std::min(a.y, b.y)),
-                                           static_cast<double>(std::max(a.y, b.y)));
-      bound[range.first] += 1;
-      bound[range.last] -= 1;
-      total += static_cast<int64_t>(range.last - range.first);
+      const int32_t va = base + i;
+      const int32_t vb = base + (i + 1 == n ? 0 : i + 1);
+      const float ay = rings.point(va).y;
+      const float by = rings.point(vb).y;
+      if (ay == by) continue;
+      const int32_t first = ranks.at_or_above[static_cast<size_t>(ay < by ? va : vb)];
+      const int32_t last = ranks.above[static_cast<size_t>(ay < by ? vb : va)];
+      if (last <= first) continue;
+      bound[static_cast<size_t>(first)] += 1;
+      bound[static_cast<size_t>(last)] -= 1;
+      total += last - first;
       if (total > kFillMaxCrossings) return RETVAL_BAD_INPUT;
     }
   }
@@ -161,7 +181,10 @@ RetVal collect_crossings(FillScanContext& ctx, EdgeLineSearch search) {
       const double hi = static_cast<double>(std::max(a.y, b.y));
       const bool falling = a.y > b.y;
       int32_t anchor = node_b;
-      size_t k = search == EdgeLineSearch::kBinarySearch ? lines_within(heights, lo, hi).first : 0;
+      size_t k = 0;
+      if (search == EdgeLineSearch::kBinarySearch) {
+        k = static_cast<size_t>(ranks.at_or_above[static_cast<size_t>(falling ? node_b : node_a)]);
+      }
       for (; k < line_count; ++k) {
         const double z = heights[k];
         if (z < lo) continue;

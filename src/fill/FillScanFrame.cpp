@@ -11,6 +11,7 @@
 #include <limits>
 
 #include "FillScanContext.h"
+#include "SortedSearch.h"
 #include "quorvex/fill/FillLine.h"
 #include "quorvex/fill/ZoneArrangement.h"
 
@@ -28,6 +29,13 @@ constexpr float kMaxRotatedCoordinate = kFloatMax / 2.0f;
 // heights' own arithmetic.
 constexpr double kZoneInterval = 1e-7;
 
+// Vertex heights farther than this from every grid line cannot change where a grid line
+// steps to, unless the step is longer than half of it; see grid_heights_off_vertices.
+constexpr double kZoneWindow = 1e-5;
+// Below this magnitude cell indices of heights are exact to far below a cell, which the
+// window argument relies on.
+constexpr double kZoneWindowMaxHeight = 1e6;
+
 struct SinCos {
   float s;
   float c;
@@ -41,6 +49,49 @@ SinCos sin_cos_narrowed(double radians) {
 // Rotation of points in float: x' = x*c - y*s, y' = y*c + x*s.
 Point2 rotate_f32(const Point2& p, const SinCos& r) {
   return Point2(p.x * r.c - p.y * r.s, p.y * r.c + p.x * r.s);
+}
+
+// Step 5 and the zone part of step 10: appends getEmptyZ of every grid height, with the
+// zones of all vertex heights at interval 1e-7.
+//
+// Loading tens of thousands of heights into the zone set costs more than the rest of a
+// plain fill, while a grid line only ever probes the cells next to it. So the set is loaded
+// with the heights within kZoneWindow of some grid line only. Every cell a probe visits lies
+// no farther from the grid height than the answer, so an answer within half the window has
+// seen exactly the cells the full set holds there; any other answer is taken again from the
+// full set.
+void grid_heights_off_vertices(const std::vector<float>& grid,
+                               const std::vector<double>& vertex_heights, float max_abs_height,
+                               std::vector<double>& heights) {
+  ZoneArrangement full;
+  bool full_loaded = false;
+  auto from_full = [&](double z) {
+    if (!full_loaded) {
+      full.set_zoneInterval(kZoneInterval);
+      full.set_zoneSet(vertex_heights);
+      full_loaded = true;
+    }
+    return full.getEmptyZ(z);
+  };
+  if (!(static_cast<double>(max_abs_height) < kZoneWindowMaxHeight)) {
+    for (float z : grid) heights.push_back(from_full(static_cast<double>(z)));
+    return;
+  }
+  std::vector<double> grid_d(grid.begin(), grid.end());
+  std::vector<double> near;
+  size_t hint = 0;
+  for (double h : vertex_heights) {
+    const size_t i = lower_bound_from(grid_d, h - kZoneWindow, hint);
+    hint = i;
+    if (i < grid_d.size() && grid_d[i] <= h + kZoneWindow) near.push_back(h);
+  }
+  ZoneArrangement zones;
+  zones.set_zoneInterval(kZoneInterval);
+  zones.set_zoneSet(near);
+  for (double z : grid_d) {
+    const double free_z = zones.getEmptyZ(z);
+    heights.push_back(std::fabs(free_z - z) <= 0.5 * kZoneWindow ? free_z : from_full(z));
+  }
 }
 
 }  // namespace
@@ -102,11 +153,6 @@ RetVal build_scan_frame(const std::vector<std::shared_ptr<const Point2Vector>>& 
     rings.size[r] = n;
   }
 
-  // Step 5.
-  ZoneArrangement zones;
-  zones.set_zoneInterval(kZoneInterval);
-  zones.set_zoneSet(vertex_heights);
-
   // Steps 6 and 7: the band the lines may use, a thousandth of the spacing inside the
   // extreme heights.
   const double margin = 0.001 * static_cast<double>(spacing);
@@ -131,14 +177,19 @@ RetVal build_scan_frame(const std::vector<std::shared_ptr<const Point2Vector>>& 
     heights.push_back(static_cast<double>(m));
   }
   // Step 10: the grid lines, each stepped aside to a free zone if a vertex sits in its own.
+  std::vector<float> grid;
   while (big_m >= z) {
-    if (static_cast<int64_t>(heights.size()) >= kFillMaxScanLines - 1) return RETVAL_BAD_INPUT;
-    heights.push_back(zones.getEmptyZ(static_cast<double>(z)));
+    if (static_cast<int64_t>(heights.size() + grid.size()) >= kFillMaxScanLines - 1) {
+      return RETVAL_BAD_INPUT;
+    }
+    grid.push_back(z);
     const float next_z = z + spacing;
     // Far from the origin a float step can vanish below half an ulp.
     if (!(next_z > z)) return RETVAL_BAD_INPUT;
     z = next_z;
   }
+  grid_heights_off_vertices(grid, vertex_heights, std::max(std::fabs(min_h), std::fabs(max_h)),
+                            heights);
   // Step 11.
   if (heights.empty()) return RETVAL_BAD_INPUT;
   // Step 12: a last line near the top when the grid leaves a wide gap there.

@@ -88,6 +88,33 @@ TEST(FillLine, HoleSplitsTheLinesThatCrossIt) {
   }
 }
 
+class FillLineCrowdedZones : public ::testing::TestWithParam<int> {};
+
+TEST_P(FillLineCrowdedZones, GridLineStepsPastARunOfVertexHeights) {
+  // 2n+1 vertices on the left side at heights k * 1e-7 occupy a run of cells around the
+  // grid line at 0; the line steps to the nearest free cell past the run, however long.
+  const int n = GetParam();
+  auto pts = std::make_shared<Point2Vector>(Point2Vector{{0, -5}, {10, -5}, {10, 5}, {0, 5}});
+  std::vector<double> heights = {-5.0, 5.0};
+  for (int k = n; k >= -n; --k) {
+    const float y = static_cast<float>(k * 1e-7);
+    pts->emplace_back(k % 2 != 0 ? -0.01f : 0.0f, y);
+    heights.push_back(y);
+  }
+  ZoneArrangement zones;
+  zones.set_zoneInterval(1e-7);
+  zones.set_zoneSet(heights);
+  const float expected_y = static_cast<float>(zones.getEmptyZ(0.0));
+  EXPECT_GT(std::fabs(expected_y), n * 1e-7f);
+  const Lines lines = fill({pts}, 1.0f, 0.0f, 0.0f, false);
+  // Lines: the band start, -4 .. 4 and the band end.
+  ASSERT_EQ(lines.size(), 11u);
+  EXPECT_EQ((*lines[5])[0].y, expected_y);
+  EXPECT_EQ((*lines[5])[1].x, 10.0f);
+}
+
+INSTANTIATE_TEST_SUITE_P(RunLengths, FillLineCrowdedZones, ::testing::Values(3, 20, 40, 100, 400));
+
 TEST(FillLine, IslandInsideHoleIsFilledAgain) {
   const Loops loops = {rect(0, 0, 10, 10), rect_cw(2, 2, 8, 8), rect(4, 4, 6, 6)};
   const Lines lines = fill(loops, 1.0f, 0.0f, 0.0f, false);
