@@ -18,3 +18,8 @@
 #include "quorvex/baseTypeIO/GCode.h"
 #include "quorvex/baseTypeIO/TextFileWriter.h"
 #include "quorvex/planeGeometry/BoundaryTransform.h"
+
+// Fill planning
+#include "quorvex/fill/FillLine.h"
+#include "quorvex/fill/FillLineOrder.h"
+#include "quorvex/fill/ZoneArrangement.h"

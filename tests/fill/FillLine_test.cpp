@@ -381,6 +381,18 @@ TEST_P(FillLineRefusals, ReturnCodeAndUntouchedOutput) {
 }
 
 const float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+// 2000 teeth over the full height: with 10 000 lines every edge crosses every line.
+std::shared_ptr<const Point2Vector> comb() {
+  auto pts = std::make_shared<Point2Vector>();
+  for (int i = 0; i < 2000; ++i) {
+    pts->emplace_back(static_cast<float>(i), 0.0f);
+    pts->emplace_back(i + 0.5f, 100.0f);
+  }
+  pts->emplace_back(2000.0f, -1.0f);
+  pts->emplace_back(0.0f, -1.0f);
+  return pts;
+}
 const float kInf = std::numeric_limits<float>::infinity();
 
 INSTANTIATE_TEST_SUITE_P(
@@ -404,6 +416,7 @@ INSTANTIATE_TEST_SUITE_P(
                 45.0f,
                 RETVAL_BAD_INPUT},
         BadCase{"too many lines", {rect(0, 0, 10, 10)}, 1e-6f, 0.0f, RETVAL_BAD_INPUT},
+        BadCase{"too many crossings", {comb()}, 0.01f, 0.0f, RETVAL_BAD_INPUT},
         BadCase{
             "float step vanishes", {rect(0, 1e8f, 10, 1e8f + 4096)}, 1.0f, 0.0f, RETVAL_BAD_INPUT},
         BadCase{"grid index beyond 32 bits",
@@ -444,6 +457,20 @@ TEST(FillLine, DegenerateLoopsSucceedWithoutSegmentsOfLength) {
     for (const auto& l : widened) {
       for (const Point2& p : *l) EXPECT_LE(p.y, 10.0f);
     }
+  }
+}
+
+TEST(FillLine, FarFromTheOriginZonesStillApply) {
+  // Heights of 2e6 are beyond the range where the zones near grid lines are enough; the
+  // band start rounds to the bottom itself and the grid line there steps off it.
+  const Lines lines = fill({rect(0, 2e6f, 10, 2e6f + 10)}, 1.0f, 0.0f, 0.0f, false);
+  ASSERT_GE(lines.size(), 9u);
+  for (const auto& l : lines) {
+    ASSERT_EQ(l->size(), 2u);
+    EXPECT_EQ((*l)[0].x, 0.0f);
+    EXPECT_EQ((*l)[1].x, 10.0f);
+    EXPECT_GE((*l)[0].y, 2e6f);
+    EXPECT_LE((*l)[0].y, 2e6f + 10);
   }
 }
 

@@ -17,7 +17,7 @@ namespace Quorvex {
 // Most scan lines one call lays over a region.
 constexpr int64_t kFillMaxScanLines = int64_t{1} << 20;
 // Most crossings of scan lines with outline edges one call records.
-constexpr int64_t kFillMaxCrossings = int64_t{1} << 24;
+constexpr int64_t kFillMaxCrossings = int64_t{1} << 23;
 // Most outline vertices one call takes.
 constexpr int64_t kFillMaxVertices = int64_t{1} << 28;
 
