@@ -16,6 +16,11 @@ namespace {
 // Counting of a crossing's place in its set stops here; past it every place counts as odd.
 constexpr int32_t kPositionCountLimit = 9999;
 
+// As a type rather than a function pointer, so that sorts and searches inline it.
+struct PointLess {
+  bool operator()(const Point2& a, const Point2& b) const { return point_less(a, b); }
+};
+
 struct WalkResult {
   bool found = false;
   int32_t node = -1;
@@ -50,7 +55,7 @@ class Linker {
         open.push_back(c->p);
       }
     }
-    std::sort(open.begin(), open.end(), point_less);
+    std::sort(open.begin(), open.end(), PointLess());
     open.erase(std::unique(open.begin(), open.end(), point_equal), open.end());
 
     // Steps 24 and 25. Sets only ever shrink, so the lowest non-empty line only rises.
@@ -72,7 +77,7 @@ class Linker {
  private:
   bool is_open(const Point2& p) const {
     return std::binary_search(ctx_.open_crossings.begin(), ctx_.open_crossings.end(), p,
-                              point_less);
+                              PointLess());
   }
 
   Candidates candidates_around(size_t line) const {
