@@ -46,7 +46,7 @@ class Linker {
   }
 
   void run() {
-    // Step 23.
+    // Linking starts afresh from the crossings that survived pairing.
     ctx_.results.clear();
     std::vector<Point2>& open = ctx_.open_crossings;
     open.clear();
@@ -58,7 +58,8 @@ class Linker {
     std::sort(open.begin(), open.end(), PointLess());
     open.erase(std::unique(open.begin(), open.end(), point_equal), open.end());
 
-    // Steps 24 and 25. Sets only ever shrink, so the lowest non-empty line only rises.
+    // Each polyline starts at the lowest line with crossings left. Sets only ever shrink, so the
+    // lowest non-empty line only rises.
     size_t lowest = 0;
     const size_t line_count = sets_.count.size();
     for (;;) {
@@ -89,7 +90,7 @@ class Linker {
     return c;
   }
 
-  // Steps 28 and 29: the first open crossing on a candidate line met along the outline,
+  // The first open crossing on a candidate line met along the outline,
   // unless the walk leaves the band of the candidates first or meets a crossing of a
   // candidate line that is already taken.
   WalkResult walk(const ScanCrossing& from, const Candidates& cand, bool forward) const {
@@ -117,7 +118,7 @@ class Linker {
     return WalkResult();
   }
 
-  // Steps 26 to 31.
+  // Extends the sequence by one pair at a time until neither walk finds one.
   void extend(size_t line) {
     for (;;) {
       const Candidates cand = candidates_around(line);
@@ -157,7 +158,7 @@ class Linker {
     }
   }
 
-  // Steps 32 to 34: the pairs with the outline between them.
+  // The pairs of the sequence with the outline between them.
   void emit_polyline() {
     auto polyline = std::make_shared<Point2Vector>();
     const float min_length = ctx_.min_length;

@@ -29,7 +29,7 @@ float distance_f32(const Point2& a, const Point2& b) { return (a - b).length(); 
 
 float dot_f32(const Point2& a, const Point2& b) { return a.x * b.x + a.y * b.y; }
 
-// Step 7: the share of segment (a, b) that lies over segment (pa, pb), as a fraction of its
+// The share of segment (a, b) that lies over segment (pa, pb), as a fraction of its
 // own length projected on (pa, pb); 0 when they lie apart or off each other's line by more
 // than max_line_offset, negative when they run against each other.
 float overlap_f32(const Point2& a, const Point2& b, const Point2& pa, const Point2& pb,
@@ -54,7 +54,7 @@ struct Pair {
   Point2 b;
 };
 
-// Steps 4 to 6: numbers for the pairs of the current line from the pairs of the line
+// Numbers for the pairs of the current line from the pairs of the line
 // before it and their numbers.
 std::vector<int32_t> reassign_columns(const Point2Vector& current, const Point2Vector& previous,
                                       const std::vector<int32_t>& previous_numbers,
@@ -133,7 +133,7 @@ RetVal sort_discontinued_fill_line(
   }
   if (!has_even_line) return RETVAL_BAD_INPUT;
 
-  // Stage 1, steps 1 to 3. Lines of odd count are skipped, the first even one opens the
+  // Column assignment, line by line. Lines of odd count are skipped, the first even one opens the
   // columns, and a change of count is judged against the last line that was used.
   std::vector<std::vector<ColumnSegment>> groups;
   std::vector<int32_t> assignment;
@@ -164,7 +164,7 @@ RetVal sort_discontinued_fill_line(
     previous = &line;
   }
 
-  // Stage 2, steps 8 and 9: the pairs of each column in line order.
+  // Chaining and output: the pairs of each column in line order.
   sorted_lines.clear();
   std::vector<Point2Vector> columns;
   for (const auto& group : groups) {
@@ -176,7 +176,7 @@ RetVal sort_discontinued_fill_line(
     }
   }
 
-  // Step 10. Every number handed out belongs to a pair, so no column is empty.
+  // Every number handed out belongs to a pair, so no column is empty.
   std::vector<ColumnSummary> summaries(columns.size());
   for (size_t c = 0; c < columns.size(); ++c) {
     const Point2Vector& p = columns[c];
@@ -190,7 +190,7 @@ RetVal sort_discontinued_fill_line(
     s.index = static_cast<int32_t>(c);
   }
 
-  // Steps 11 and 12. The reference point stays at column 0's exit, so picking the nearest
+  // The reference point stays at column 0's exit, so picking the nearest
   // remaining column over and over, ties to the lower number, is a stable sort by each
   // column's nearest corner.
   const Point2 reference = summaries[0].exit_point;
@@ -209,7 +209,7 @@ RetVal sort_discontinued_fill_line(
   chain.push_back(0);
   for (const auto& entry : order) chain.push_back(entry.second);
 
-  // Step 13: the zigzag of each column.
+  // The zigzag of each column.
   sorted_lines.reserve(chain.size());
   for (int32_t c : chain) {
     const Point2Vector& p = columns[static_cast<size_t>(c)];

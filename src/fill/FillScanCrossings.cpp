@@ -60,7 +60,7 @@ VertexLineRanks rank_vertices(const RingTable& rings, const std::vector<double>&
   return ranks;
 }
 
-// Step 17: does the line through the start vertex A of edge (A, B) record A? P is the node
+// Does the line through the start vertex A of edge (A, B) record A? P is the node
 // before A on the ring.
 bool start_vertex_toggles(const Point2& p, const Point2& a, const Point2& b) {
   if (b.y - a.y > 0.0f) {
@@ -71,7 +71,7 @@ bool start_vertex_toggles(const Point2& p, const Point2& a, const Point2& b) {
   return p.y > a.y;
 }
 
-// Step 18: does the line through the end vertex B of edge (A, B) record B? Q is the node
+// Does the line through the end vertex B of edge (A, B) record B? Q is the node
 // two places after B on the ring.
 bool end_vertex_toggles(const Point2& q, const Point2& a, const Point2& b) {
   if (q.y != b.y) return false;
@@ -79,7 +79,7 @@ bool end_vertex_toggles(const Point2& q, const Point2& a, const Point2& b) {
   return !(b.x > q.x);
 }
 
-// Step 16: x of the crossing at height z; the coordinate differences are float, the
+// x of the crossing at height z; the coordinate differences are float, the
 // interpolation double, the result narrowed.
 float crossing_x(double z, const Point2& a, const Point2& b) {
   const float dy = b.y - a.y;
@@ -89,7 +89,7 @@ float crossing_x(double z, const Point2& a, const Point2& b) {
                             static_cast<double>(a.x));
 }
 
-// Step 19 over a whole line at once. Toggling a point into an ordered set that is unique by
+// Toggling of a whole line at once. Toggling a point into an ordered set that is unique by
 // point leaves it present exactly when it was toggled an odd number of times, carried by the
 // crossing toggled last. The events of a line are kept in toggling order, so a stable sort
 // by point followed by this reduction gives the set the toggles would have left.
@@ -140,7 +140,7 @@ RetVal collect_crossings(FillScanContext& ctx, EdgeLineSearch search) {
     }
   }
 
-  // Step 13: one empty set per line.
+  // One empty set per line.
   LineCrossingSets& sets = ctx.line_crossings;
   sets.items.assign(static_cast<size_t>(total), ScanCrossing());
   sets.begin.assign(line_count, 0);
@@ -163,7 +163,7 @@ RetVal collect_crossings(FillScanContext& ctx, EdgeLineSearch search) {
     c.forward = false;
   };
 
-  // Steps 14 to 19, ring by ring, edge by edge, each edge's lines in ascending order.
+  // Ring by ring, edge by edge, each edge's lines in ascending order.
   for (size_t r = 0; r < rings.size.size(); ++r) {
     const int32_t n = rings.size[r];
     if (n < 3) continue;
@@ -216,14 +216,14 @@ void pair_crossings(FillScanContext& ctx) {
   const float min_length = ctx.min_length;
   for (size_t k = 0; k < sets.count.size(); ++k) {
     const int32_t n = sets.count[k];
-    // Step 20: odd parity means the line met the outline where no pairing is sound.
+    // Odd parity means the line met the outline where no pairing is sound.
     if (n % 2 != 0) {
       sets.count[k] = 0;
       continue;
     }
-    // Step 22: an empty set gives no line at all.
+    // An empty set gives no line at all.
     if (n == 0) continue;
-    // Step 21: every pair reaches this output; only the linking skips the short ones.
+    // Every pair reaches this output; only the linking skips the short ones.
     auto line = std::make_shared<Point2Vector>();
     line->reserve(static_cast<size_t>(n));
     ScanCrossing* c = sets.line_begin(k);

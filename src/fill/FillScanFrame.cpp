@@ -51,7 +51,7 @@ Point2 rotate_f32(const Point2& p, const SinCos& r) {
   return Point2(p.x * r.c - p.y * r.s, p.y * r.c + p.x * r.s);
 }
 
-// Step 5 and the zone part of step 10: appends getEmptyZ of every grid height, with the
+// Appends getEmptyZ of every grid height, with the
 // zones of all vertex heights at interval 1e-7.
 //
 // Loading tens of thousands of heights into the zone set costs more than the rest of a
@@ -111,16 +111,16 @@ RetVal build_scan_frame(const std::vector<std::shared_ptr<const Point2Vector>>& 
   }
   if (vertex_total > kFillMaxVertices) return RETVAL_BAD_INPUT;
 
-  // Step 1: the rotation into the scan frame.
+  // The rotation into the scan frame.
   const SinCos to_scan = sin_cos_narrowed(static_cast<double>(angle / -180.0f) * kPi);
-  // Step 2: the height direction, the normal of the fill direction, rotated like a point.
+  // The height direction, the normal of the fill direction, rotated like a point.
   const double a2 = static_cast<double>(angle) * kPi / 180.0;
   const float n_x = static_cast<float>(-std::sin(a2));
   const float n_y = static_cast<float>(std::cos(a2));
   const float h_x = n_x * to_scan.c - n_y * to_scan.s;
   const float h_y = n_x * to_scan.s + n_y * to_scan.c;
 
-  // Steps 3 and 4: rotated rings and vertex heights.
+  // Rotated rings and vertex heights.
   RingTable& rings = ctx.rings;
   rings.nodes.clear();
   rings.nodes.reserve(static_cast<size_t>(vertex_total));
@@ -153,7 +153,7 @@ RetVal build_scan_frame(const std::vector<std::shared_ptr<const Point2Vector>>& 
     rings.size[r] = n;
   }
 
-  // Steps 6 and 7: the band the lines may use, a thousandth of the spacing inside the
+  // The band the lines may use, a thousandth of the spacing inside the
   // extreme heights.
   const double margin = 0.001 * static_cast<double>(spacing);
   const float m = static_cast<float>(static_cast<double>(min_h) + margin);
@@ -165,18 +165,18 @@ RetVal build_scan_frame(const std::vector<std::shared_ptr<const Point2Vector>>& 
       (static_cast<double>(big_m) - static_cast<double>(m)) / static_cast<double>(spacing);
   if (!(expected_lines < static_cast<double>(kFillMaxScanLines - 2))) return RETVAL_BAD_INPUT;
 
-  // Step 8: the grid is anchored at zero.
+  // The grid is anchored at zero.
   const float first_index = std::ceil(m / spacing);
   if (!(first_index >= -2147483648.0f && first_index < 2147483648.0f)) return RETVAL_BAD_INPUT;
   float z = static_cast<float>(static_cast<int32_t>(first_index)) * spacing;
 
   std::vector<double>& heights = ctx.line_heights;
   heights.clear();
-  // Step 9: a first line near the bottom when the grid leaves a wide gap there.
+  // A first line near the bottom when the grid leaves a wide gap there.
   if (std::fabs(m - z) > 0.1 * static_cast<double>(spacing)) {
     heights.push_back(static_cast<double>(m));
   }
-  // Step 10: the grid lines, each stepped aside to a free zone if a vertex sits in its own.
+  // The grid lines, each stepped aside to a free zone if a vertex sits in its own.
   std::vector<float> grid;
   while (big_m >= z) {
     if (static_cast<int64_t>(heights.size() + grid.size()) >= kFillMaxScanLines - 1) {
@@ -190,14 +190,13 @@ RetVal build_scan_frame(const std::vector<std::shared_ptr<const Point2Vector>>& 
   }
   grid_heights_off_vertices(grid, vertex_heights, std::max(std::fabs(min_h), std::fabs(max_h)),
                             heights);
-  // Step 11.
   if (heights.empty()) return RETVAL_BAD_INPUT;
-  // Step 12: a last line near the top when the grid leaves a wide gap there.
+  // A last line near the top when the grid leaves a wide gap there.
   std::sort(heights.begin(), heights.end());
   if (static_cast<double>(big_m) - heights.back() > 0.1 * static_cast<double>(spacing)) {
     heights.push_back(static_cast<double>(big_m));
   }
-  // Step 13 is left to the edge pass, which sizes the sets once it has counted.
+  // The crossing sets are sized by the edge pass once it has counted.
   return RETVAL_OK;
 }
 
