@@ -366,6 +366,8 @@ struct BadCase {
   RetVal expected;
 };
 
+void PrintTo(const BadCase& c, std::ostream* os) { *os << c.name; }
+
 class FillLineRefusals : public ::testing::TestWithParam<BadCase> {};
 
 TEST_P(FillLineRefusals, ReturnCodeAndUntouchedOutput) {
