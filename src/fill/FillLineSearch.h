@@ -15,7 +15,10 @@ namespace Quorvex {
 namespace fill_internal {
 
 enum class EdgeLineSearch {
+  // Every edge tests the lines from the lowest one upward.
   kWalkFromLowestLine,
+  // Every vertex gets its first line at or above it by a galloping binary search from the
+  // previous vertex's; an edge starts at the one of its lower end.
   kBinarySearch,
 };
 
