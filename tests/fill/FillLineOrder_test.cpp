@@ -128,6 +128,25 @@ TEST(FillLineOrder, ZeroLengthPreviousSegmentContinuesOnlyByDistance) {
   expect_polyline(*far[0], {{5, 0}, {5, 0}});
 }
 
+TEST(FillLineOrder, ChainStartsFromWhereColumnZerosZigzagEnds) {
+  // Column 0 runs (0..10) on every line; columns 1 and 2 lie 10 to its right and left.
+  // After an even number of lines the zigzag ends on the left, after an odd number on the
+  // right, and the nearer column follows first.
+  const Loops two = {line_at(0, {0, 10, 20, 21, -11, -10}), line_at(1, {0, 10, 20, 21, -11, -10})};
+  const Lines even = sort_ok(two, 1.0f, 1.0f);
+  ASSERT_EQ(even.size(), 3u);
+  EXPECT_EQ(even[0]->back().x, 0.0f);
+  EXPECT_EQ((*even[1])[0].x, -11.0f);
+  EXPECT_EQ((*even[2])[0].x, 20.0f);
+  Loops three = two;
+  three.push_back(line_at(2, {0, 10, 20, 21, -11, -10}));
+  const Lines odd = sort_ok(three, 1.0f, 1.0f);
+  ASSERT_EQ(odd.size(), 3u);
+  EXPECT_EQ(odd[0]->back().x, 10.0f);
+  EXPECT_EQ((*odd[1])[0].x, 20.0f);
+  EXPECT_EQ((*odd[2])[0].x, -11.0f);
+}
+
 TEST(FillLineOrder, RefusalsLeaveOutputAlone) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const std::vector<Loops> refused = {
