@@ -43,6 +43,11 @@
 #include "quorvex/capture/CaptureHook.h"
 #include "quorvex/capture/TestBug.h"
 
+// quorvexCommon: fill
+#include "quorvex/fill/FillLine.h"
+#include "quorvex/fill/FillLineOrder.h"
+#include "quorvex/fill/ZoneArrangement.h"
+
 // quorvexCommon: planeGeometry
 #include "quorvex/planeGeometry/BoundaryTransform.h"
 #include "quorvex/planeGeometry/QEMSimp.h"
