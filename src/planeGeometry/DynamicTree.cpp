@@ -12,6 +12,17 @@ constexpr int32_t kInitialCapacity = 16;
 
 inline int32_t max_i32(int32_t a, int32_t b) { return a > b ? a : b; }
 
+// Trees of many proxies outgrow the caches, and every level of a walk is a dependent load
+// from a random place in the pool. Asking for the next node while this one is worked on
+// overlaps those waits. A node may straddle two cache lines, hence both ends.
+template <class T>
+inline void prefetch_node(const DT_Node<T>* pool, int32_t id) {
+  if (id < 0) return;
+  const char* p = reinterpret_cast<const char*>(pool + id);
+  __builtin_prefetch(p);
+  __builtin_prefetch(p + sizeof(DT_Node<T>) - 1);
+}
+
 // The pool is raw malloc memory grown by memcpy, which the node type must allow.
 static_assert(std::is_trivially_copyable<DT_Node<AABB2D>>::value, "pool nodes are copied as bytes");
 
@@ -169,6 +180,8 @@ void DynamicTree<T>::destroy_proxy(int id) {
 template <class T>
 void DynamicTree<T>::_refit_to_root(int index) {
   while (index != -1) {
+    // The node that ends up on top keeps this node's parent, so it can be fetched now.
+    prefetch_node(nodes, nodes[index].parent);
     index = _balance(index);
     DT_Node<T>& n = nodes[index];
     const DT_Node<T>& c1 = nodes[n.child1];
@@ -200,10 +213,19 @@ void DynamicTree<T>::_insert_leaf(int leaf) {
     const float inheritance = 2.0f * (combined - area);
 
     const DT_Node<T>& n1 = nodes[n.child1];
+    const DT_Node<T>& n2 = nodes[n.child2];
+    // Whichever child the walk takes, its children are read next.
+    if (n1.child1 != -1) {
+      prefetch_node(nodes, n1.child1);
+      prefetch_node(nodes, n1.child2);
+    }
+    if (n2.child1 != -1) {
+      prefetch_node(nodes, n2.child1);
+      prefetch_node(nodes, n2.child2);
+    }
     const float enlarged1 = aabb_union(leaf_box, n1.aabb).get_perimeter();
     const float cost1 =
         n1.is_leaf() ? enlarged1 + inheritance : enlarged1 - n1.aabb.get_perimeter() + inheritance;
-    const DT_Node<T>& n2 = nodes[n.child2];
     const float enlarged2 = aabb_union(leaf_box, n2.aabb).get_perimeter();
     const float cost2 =
         n2.is_leaf() ? enlarged2 + inheritance : enlarged2 - n2.aabb.get_perimeter() + inheritance;

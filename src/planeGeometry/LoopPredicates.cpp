@@ -1,5 +1,7 @@
 #include "quorvex/planeGeometry/LoopPredicates.h"
 
+#include <omp.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -18,6 +20,25 @@ int loop_size_i32(const std::vector<Point2>& loop) { return static_cast<int>(loo
 inline double shoelace_term_f64(const Point2& p, const Point2& q) {
   return static_cast<double>(p.x) * static_cast<double>(q.y) -
          static_cast<double>(p.y) * static_cast<double>(q.x);
+}
+
+// The doubled area contributed by the edges that start at indices [begin, end), added in
+// index order. Edge i ends at i + 1, and the last edge closes the loop at 0.
+double shoelace_block_f64(const Point2* p, int n, int begin, int end) {
+  double sum = 0.0;
+  const int open_end = end < n ? end : n - 1;
+  for (int i = begin; i < open_end; ++i) sum += shoelace_term_f64(p[i], p[i + 1]);
+  if (end == n && begin < end) sum += shoelace_term_f64(p[n - 1], p[0]);
+  return sum;
+}
+
+// The block of [0, n) that OpenMP's static schedule without a chunk size gives thread
+// `t` of `threads`: sizes differ by at most one, the larger blocks first.
+void static_schedule_block(int n, int threads, int t, int& begin, int& end) {
+  const int q = n / threads;
+  const int r = n % threads;
+  begin = t * q + (t < r ? t : r);
+  end = begin + q + (t < r ? 1 : 0);
 }
 
 // The segment a-b laid along the x axis: the turn, the segment's ends in the turned frame.
@@ -104,16 +125,25 @@ inline void update_extreme(ExtremePair& e, int i, float along, float along_first
 
 float get_area_loop(const std::vector<Point2>& loop) {
   const int n = loop_size_i32(loop);
+  if (n <= 0) return 0.0f;
+  const Point2* p = loop.data();
+  if (n < kAreaLoopParallelThreshold) {
+    // One thread, in index order, as a team of one would sum, without the cost of opening
+    // a region: for a short loop that cost is several times the sum itself.
+    return static_cast<float>(shoelace_block_f64(p, n, 0, n) * 0.5);
+  }
+  // The one parallel region of the library. Each thread takes the contiguous block the
+  // static schedule without a chunk size gives it, sums it in order in its own double, and
+  // the reduction adds the blocks up. The split is written out rather than left to an
+  // `omp for`, so that a block's body runs without the wrap test: only the block that
+  // holds the last index pays for the closing edge, and the rest vectorises.
   double sum = 0.0;
-  if (n > 0) {
-    const Point2* p = loop.data();
-    // The one parallel loop of the library. Static schedule without a chunk gives each
-    // thread one contiguous block, which is what keeps the memory reads streaming.
-#pragma omp parallel for schedule(static) reduction(+ : sum) if (n >= kAreaLoopParallelThreshold)
-    for (int i = 0; i < n; ++i) {
-      const int j = i + 1 < n ? i + 1 : 0;
-      sum += shoelace_term_f64(p[i], p[j]);
-    }
+#pragma omp parallel reduction(+ : sum)
+  {
+    int begin = 0;
+    int end = 0;
+    static_schedule_block(n, omp_get_num_threads(), omp_get_thread_num(), begin, end);
+    sum += shoelace_block_f64(p, n, begin, end);
   }
   return static_cast<float>(sum * 0.5);
 }
@@ -125,19 +155,27 @@ int get_number_of_intersections_to_left(const std::vector<Point2>& loop, const P
   if (n < 1) return 0;
   const float px = point.x;
   const float py = point.y;
+  // Every early answer is 1, whichever test finds the point on the loop first, so the
+  // tests may run in any order. Each vertex is tested once, as the start of its edge
+  // (the end of an edge is the start of the next), and an edge wholly above or below the
+  // ray's height can neither take part nor hold the point: most edges end there.
+  const Point2* p = loop.data();
   int count = 0;
   for (int i = 0; i < n; ++i) {
-    const Point2& a = loop[i];
-    const Point2& b = loop[i + 1 < n ? i + 1 : 0];
-    if (std::fabs(px - a.x) < kVertexTolerance && std::fabs(py - a.y) < kVertexTolerance) return 1;
-    if (std::fabs(px - b.x) < kVertexTolerance && std::fabs(py - b.y) < kVertexTolerance) return 1;
+    const Point2& a = p[i];
+    const Point2& b = p[i + 1 < n ? i + 1 : 0];
+    if (std::fabs(py - a.y) < kVertexTolerance && std::fabs(px - a.x) < kVertexTolerance) return 1;
+    if ((py < a.y && py < b.y) || (py > a.y && py > b.y)) continue;
+
     const bool on_a = py == a.y;
     const bool on_b = py == b.y;
     bool takes_part;
     if (on_a && on_b) {
+      // A horizontal edge at the point's height holds it or is passed over.
       if ((px > a.x) != (px > b.x)) return 1;
       continue;
     } else if (on_a) {
+      // A vertex on the ray belongs to the edge that rises from it.
       takes_part = b.y > a.y;
     } else if (on_b) {
       takes_part = a.y > b.y;

@@ -1,8 +1,10 @@
 #include "quorvex/planeGeometry/LoopPredicates.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -92,6 +94,28 @@ INSTANTIATE_TEST_SUITE_P(Lengths, LoopAreaTeamTest,
                                            kAreaLoopParallelThreshold,
                                            kAreaLoopParallelThreshold + 1, 100003));
 
+// Team sizes that split the index range unevenly, including more threads than fit: the
+// blocks must still cover every edge once. The runtime is reached through the process's
+// symbol table, as the library links it privately.
+using SetThreadsFn = void (*)(int);
+SetThreadsFn find_omp_set_num_threads() {
+  return reinterpret_cast<SetThreadsFn>(dlsym(RTLD_DEFAULT, "omp_set_num_threads"));
+}
+
+class LoopAreaTeamSizeTest : public ::testing::TestWithParam<int> {};
+
+TEST_P(LoopAreaTeamSizeTest, MatchesSerialSum) {
+  const SetThreadsFn set_threads = find_omp_set_num_threads();
+  if (set_threads == nullptr) GTEST_SKIP() << "OpenMP runtime not found";
+  const Loop loop = circle(kAreaLoopParallelThreshold + 5, 250.0f);
+  set_threads(GetParam());
+  const float area = get_area_loop(loop);
+  set_threads(2);
+  EXPECT_FLOAT_EQ(area, serial_area_reference(loop));
+}
+
+INSTANTIATE_TEST_SUITE_P(Teams, LoopAreaTeamSizeTest, ::testing::Values(1, 2, 3, 7, 64));
+
 TEST(LoopAreaTest, ClosingEdgeCounts) {
   // Away from the origin the closing edge (4,4) -> (4,0) carries -16 of the doubled sum:
   // a loop that forgot it would report 24.
@@ -139,6 +163,60 @@ INSTANTIATE_TEST_SUITE_P(
         RayCase{"L_notch_outside", kL, {1.5f, 1.5f}, 2},
         RayCase{"L_arm_inside", kL, {0.5f, 1.5f}, 1}, RayCase{"L_reflex_vertex", kL, {1, 1}, 1}),
     [](const auto& info) { return info.param.name; });
+
+// The counting rule step by step, one edge after another, as the reference for the
+// library's reordered walk on loops full of horizontal runs and repeated heights.
+int literal_intersections_to_left(const Loop& loop, const Point2& pt) {
+  const int n = static_cast<int>(loop.size());
+  if (n < 1) return 0;
+  int count = 0;
+  for (int i = 0; i < n; ++i) {
+    const Point2 a = loop[i];
+    const Point2 b = loop[(i + 1) % n];
+    if (std::fabs(pt.x - a.x) < 1e-14 && std::fabs(pt.y - a.y) < 1e-14) return 1;
+    if (std::fabs(pt.x - b.x) < 1e-14 && std::fabs(pt.y - b.y) < 1e-14) return 1;
+    bool part;
+    if (pt.y == a.y && pt.y == b.y) {
+      if ((pt.x > a.x) != (pt.x > b.x)) return 1;
+      continue;
+    } else if (pt.y == a.y) {
+      part = b.y > a.y;
+    } else if (pt.y == b.y) {
+      part = a.y > b.y;
+    } else {
+      part = (pt.y > a.y) != (pt.y > b.y);
+    }
+    if (!part) continue;
+    const float X = (pt.y - a.y) / (b.y - a.y) * (b.x - a.x) + a.x;
+    if (X == pt.x) return 1;
+    if (pt.x > X) ++count;
+  }
+  return count;
+}
+
+TEST(RayCountTest, AgreesWithStepByStepRuleOnGridLoops) {
+  std::mt19937 rng(12345);
+  std::uniform_int_distribution<int> coord(0, 6);
+  std::uniform_int_distribution<int> length(1, 12);
+  int compared = 0;
+  for (int trial = 0; trial < 400; ++trial) {
+    // Vertices on a coarse grid: many share heights, many edges are horizontal, and many
+    // query points fall on vertices and edges.
+    Loop loop(static_cast<size_t>(length(rng)));
+    for (Point2& p : loop)
+      p = Point2(static_cast<float>(coord(rng)), static_cast<float>(coord(rng)));
+    for (int qx = -1; qx <= 14; ++qx) {
+      for (int qy = -1; qy <= 14; ++qy) {
+        const Point2 q(qx * 0.5f, qy * 0.5f);
+        ASSERT_EQ(get_number_of_intersections_to_left(loop, q),
+                  literal_intersections_to_left(loop, q))
+            << "trial " << trial << " point " << q.x << "," << q.y;
+        ++compared;
+      }
+    }
+  }
+  EXPECT_EQ(compared, 400 * 16 * 16);
+}
 
 // ---- is_line_intersecting_loop ----
 
