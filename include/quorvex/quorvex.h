@@ -18,3 +18,7 @@
 #include "quorvex/baseTypeIO/GCode.h"
 #include "quorvex/baseTypeIO/TextFileWriter.h"
 #include "quorvex/planeGeometry/BoundaryTransform.h"
+
+// Plane geometry: loop predicates and the dynamic box tree
+#include "quorvex/planeGeometry/DynamicTree.h"
+#include "quorvex/planeGeometry/LoopPredicates.h"
