@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -268,6 +269,8 @@ struct RefusalCase {
   std::function<std::vector<std::shared_ptr<Entity const>>()> sources;
 };
 
+void PrintTo(const RefusalCase& c, std::ostream* os) { *os << c.name; }
+
 class MergeRefusalTest : public ::testing::TestWithParam<RefusalCase> {};
 
 TEST_P(MergeRefusalTest, RefusesBeforeChangingAnything) {
@@ -340,6 +343,8 @@ struct GroupCase {
   std::vector<float> merged_z;
   std::vector<size_t> group_sizes;
 };
+
+void PrintTo(const GroupCase& c, std::ostream* os) { *os << c.name; }
 
 class MergeGroupingTest : public ::testing::TestWithParam<GroupCase> {};
 

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <mutex>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -103,10 +104,13 @@ TEST(RegionNumberingTest, TwoSquaresWithAHoleInTheSecond) {
 
 // A small square stands in the hole of a larger one; both are outer loops.
 struct NestedCase {
+  std::string name;
   bool small_first;
   int big_id;
   int small_id;
 };
+
+void PrintTo(const NestedCase& c, std::ostream* os) { *os << c.name; }
 
 class NestedOuterLoopsTest : public ::testing::TestWithParam<NestedCase> {};
 
@@ -148,7 +152,9 @@ TEST_P(NestedOuterLoopsTest, InnermostRegionWinsInEitherOrder) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Orders, NestedOuterLoopsTest,
-                         ::testing::Values(NestedCase{false, 0, 1}, NestedCase{true, 1, 0}));
+                         ::testing::Values(NestedCase{"big_first", false, 0, 1},
+                                           NestedCase{"small_first", true, 1, 0}),
+                         [](const auto& info) { return info.param.name; });
 
 TEST(RegionNumberingTest, SecondCallChangesNothing) {
   Layer layer;
@@ -342,6 +348,8 @@ struct NearestCase {
   Point2 q;
   int id;
 };
+
+void PrintTo(const NearestCase& c, std::ostream* os) { *os << c.name; }
 
 class NearestBoxTest : public ::testing::TestWithParam<NearestCase> {};
 

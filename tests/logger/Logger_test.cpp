@@ -14,6 +14,7 @@
 #include <fstream>
 #include <iterator>
 #include <mutex>
+#include <ostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -85,6 +86,8 @@ struct FirstCallCase {
   bool want_line_on_stderr;
   bool want_line_in_file;
 };
+
+void PrintTo(const FirstCallCase& c, std::ostream* os) { *os << c.name; }
 
 // Runs one first call with stderr sent to a file, checks every effect, and exits with
 // the bits of the failed checks.

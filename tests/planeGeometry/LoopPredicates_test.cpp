@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -56,6 +57,8 @@ struct AreaCase {
   float area;
   bool widdershins;
 };
+
+void PrintTo(const AreaCase& c, std::ostream* os) { *os << c.name; }
 
 class LoopAreaTest : public ::testing::TestWithParam<AreaCase> {};
 
@@ -131,6 +134,8 @@ struct RayCase {
   Point2 point;
   int count;
 };
+
+void PrintTo(const RayCase& c, std::ostream* os) { *os << c.name; }
 
 class RayCountTest : public ::testing::TestWithParam<RayCase> {};
 
@@ -228,6 +233,8 @@ struct SegmentCase {
   bool crosses;
 };
 
+void PrintTo(const SegmentCase& c, std::ostream* os) { *os << c.name; }
+
 class SegmentLoopTest : public ::testing::TestWithParam<SegmentCase> {};
 
 TEST_P(SegmentLoopTest, Crossing) {
@@ -261,6 +268,8 @@ struct LoopPairCase {
   Loop second;
   bool crosses;
 };
+
+void PrintTo(const LoopPairCase& c, std::ostream* os) { *os << c.name; }
 
 class LoopPairTest : public ::testing::TestWithParam<LoopPairCase> {};
 
@@ -296,6 +305,8 @@ struct DirectionCase {
   Loop loop;
   bool widdershins;
 };
+
+void PrintTo(const DirectionCase& c, std::ostream* os) { *os << c.name; }
 
 class SimpleDirectionTest : public ::testing::TestWithParam<DirectionCase> {};
 
@@ -341,6 +352,8 @@ struct CrossCase {
   bool hit;
   Point2 out;  // expected when hit
 };
+
+void PrintTo(const CrossCase& c, std::ostream* os) { *os << c.name; }
 
 class CrossPointTest : public ::testing::TestWithParam<CrossCase> {};
 
