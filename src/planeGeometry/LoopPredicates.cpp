@@ -135,8 +135,8 @@ float get_area_loop(const std::vector<Point2>& loop) {
   // The one parallel region of the library. Each thread takes the contiguous block the
   // static schedule without a chunk size gives it, sums it in order in its own double, and
   // the reduction adds the blocks up. The split is written out rather than left to an
-  // `omp for`, so that a block's body runs without the wrap test: only the block that
-  // holds the last index pays for the closing edge, and the rest vectorises.
+  // `omp for`, so that a block's body is a plain run over consecutive points without the
+  // wrap test: only the block that holds the last index adds the closing edge, at its end.
   double sum = 0.0;
 #pragma omp parallel reduction(+ : sum)
   {
