@@ -8,7 +8,8 @@ namespace Quorvex {
 namespace {
 constexpr float kMaxFloat = std::numeric_limits<float>::max();
 
-void extend_bbox(const Point2Vector& loop, float& min_x, float& min_y, float& max_x, float& max_y) {
+void extend_bbox(const Point2Vector& loop, float& min_x, float& min_y, float& max_x,
+                 float& max_y) {
   for (const Point2& p : loop) {
     if (p.x < min_x) min_x = p.x;
     if (p.y < min_y) min_y = p.y;
@@ -67,8 +68,8 @@ void rotate_boundary(std::shared_ptr<Point2Vector> boundary, const Point2& cente
   rotate_points(*boundary, center, s, c);
 }
 
-void rotate_boundarys(std::vector<std::shared_ptr<Point2Vector>>& boundarys, const Point2& center,
-                      float angle) {
+void rotate_boundarys(std::vector<std::shared_ptr<Point2Vector>>& boundarys,
+                      const Point2& center, float angle) {
   float s, c;
   rotation_sin_cos_f32(angle, s, c);
   for (auto& b : boundarys) rotate_points(*b, center, s, c);
