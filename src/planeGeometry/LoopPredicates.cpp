@@ -11,8 +11,14 @@ namespace {
 
 // Tolerance of the side-area tests; a double, so float values are widened to compare.
 constexpr double kSideAreaTolerance = 1e-5;
-// A query point this close to a vertex, in each coordinate, is on the loop.
+// A query point this close to a vertex, in each coordinate, is on the loop. The float
+// differences are compared with the double 1e-14; kVertexToleranceF32 is the smallest
+// float not below it, so `f < kVertexToleranceF32` gives the same answer for every float
+// f without widening it.
 constexpr double kVertexTolerance = 1e-14;
+constexpr float kVertexToleranceF32 = 0x1.6849bap-47f;
+static_assert(static_cast<double>(kVertexToleranceF32) >= kVertexTolerance,
+              "the float bound must not lie below the double tolerance");
 
 int loop_size_i32(const std::vector<Point2>& loop) { return static_cast<int>(loop.size()); }
 
@@ -164,7 +170,9 @@ int get_number_of_intersections_to_left(const std::vector<Point2>& loop, const P
   for (int i = 0; i < n; ++i) {
     const Point2& a = p[i];
     const Point2& b = p[i + 1 < n ? i + 1 : 0];
-    if (std::fabs(py - a.y) < kVertexTolerance && std::fabs(px - a.x) < kVertexTolerance) return 1;
+    if (std::fabs(py - a.y) < kVertexToleranceF32 && std::fabs(px - a.x) < kVertexToleranceF32) {
+      return 1;
+    }
     if ((py < a.y && py < b.y) || (py > a.y && py > b.y)) continue;
 
     const bool on_a = py == a.y;

@@ -165,6 +165,12 @@ INSTANTIATE_TEST_SUITE_P(
         // Within 1e-14 of a vertex in both coordinates: on the loop, though outside.
         RayCase{"near_vertex_within_tolerance", kUnitSquare, {-5e-15f, -5e-15f}, 1},
         RayCase{"near_vertex_beyond_tolerance", kUnitSquare, {-2e-14f, -2e-14f}, 0},
+        // The floats on either side of 1e-14: the last one below it, the first one above.
+        RayCase{"vertex_tolerance_last_float_inside", kUnitSquare, {-0x1.6849b8p-47f, 0}, 1},
+        RayCase{"vertex_tolerance_first_float_outside",
+                kUnitSquare,
+                {-0x1.6849bap-47f, -0x1.6849bap-47f},
+                0},
         RayCase{"L_notch_outside", kL, {1.5f, 1.5f}, 2},
         RayCase{"L_arm_inside", kL, {0.5f, 1.5f}, 1}, RayCase{"L_reflex_vertex", kL, {1, 1}, 1}),
     [](const auto& info) { return info.param.name; });
