@@ -163,37 +163,44 @@ int get_number_of_intersections_to_left(const std::vector<Point2>& loop, const P
   const float py = point.y;
   // Every early answer is 1, whichever test finds the point on the loop first, so the
   // tests may run in any order. Each vertex is tested once, as the start of its edge
-  // (the end of an edge is the start of the next), and an edge wholly above or below the
-  // ray's height can neither take part nor hold the point: most edges end there.
+  // (the end of an edge is the start of the next). An edge whose ends both lie strictly
+  // above or both strictly below the ray's height can neither take part nor hold the
+  // point, and most edges end there: the float differences to the ray's height carry that
+  // test from one edge to the next. A product that underflows or a NaN only sends the edge
+  // on to the exact tests below.
   const Point2* p = loop.data();
   int count = 0;
+  Point2 a = p[0];
+  float dya = py - a.y;
   for (int i = 0; i < n; ++i) {
-    const Point2& a = p[i];
-    const Point2& b = p[i + 1 < n ? i + 1 : 0];
-    if (std::fabs(py - a.y) < kVertexToleranceF32 && std::fabs(px - a.x) < kVertexToleranceF32) {
+    const Point2 b = p[i + 1 < n ? i + 1 : 0];
+    const float dyb = py - b.y;
+    if (std::fabs(dya) < kVertexToleranceF32 && std::fabs(px - a.x) < kVertexToleranceF32) {
       return 1;
     }
-    if ((py < a.y && py < b.y) || (py > a.y && py > b.y)) continue;
-
-    const bool on_a = py == a.y;
-    const bool on_b = py == b.y;
-    bool takes_part;
-    if (on_a && on_b) {
-      // A horizontal edge at the point's height holds it or is passed over.
-      if ((px > a.x) != (px > b.x)) return 1;
-      continue;
-    } else if (on_a) {
-      // A vertex on the ray belongs to the edge that rises from it.
-      takes_part = b.y > a.y;
-    } else if (on_b) {
-      takes_part = a.y > b.y;
-    } else {
-      takes_part = (py > a.y) != (py > b.y);
+    if (!(dya * dyb > 0.0f)) {
+      const bool on_a = py == a.y;
+      const bool on_b = py == b.y;
+      bool takes_part = false;
+      if (on_a && on_b) {
+        // A horizontal edge at the point's height holds it or is passed over.
+        if ((px > a.x) != (px > b.x)) return 1;
+      } else if (on_a) {
+        // A vertex on the ray belongs to the edge that rises from it.
+        takes_part = b.y > a.y;
+      } else if (on_b) {
+        takes_part = a.y > b.y;
+      } else {
+        takes_part = (py > a.y) != (py > b.y);
+      }
+      if (takes_part) {
+        const float X = (py - a.y) / (b.y - a.y) * (b.x - a.x) + a.x;
+        if (X == px) return 1;
+        if (px > X) ++count;
+      }
     }
-    if (!takes_part) continue;
-    const float X = (py - a.y) / (b.y - a.y) * (b.x - a.x) + a.x;
-    if (X == px) return 1;
-    if (px > X) ++count;
+    a = b;
+    dya = dyb;
   }
   return count;
 }
