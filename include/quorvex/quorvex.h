@@ -18,3 +18,10 @@
 #include "quorvex/baseTypeIO/GCode.h"
 #include "quorvex/baseTypeIO/TextFileWriter.h"
 #include "quorvex/planeGeometry/BoundaryTransform.h"
+
+// Polygon algebra
+#include "quorvex/polygon/Clipper.h"
+#include "quorvex/polygon/FixedPointScale.h"
+#include "quorvex/polygon/PolyTree.h"
+#include "quorvex/polygon/PolygonTypes.h"
+#include "quorvex/polygon/RegionBoolean.h"
