@@ -25,3 +25,13 @@
 #include "quorvex/polygon/PolyTree.h"
 #include "quorvex/polygon/PolygonTypes.h"
 #include "quorvex/polygon/RegionBoolean.h"
+// Archive streams, print-model archive and parameter capture
+#include "quorvex/base/BuildInfo.h"
+#include "quorvex/base/DataArchiveConfig.h"
+#include "quorvex/base/StringConvert.h"
+#include "quorvex/base/WindowsFileOperator.h"
+#include "quorvex/baseType/ModelArchive.h"
+#include "quorvex/capture/ArchiveRecord.h"
+#include "quorvex/capture/ArchiveStream.h"
+#include "quorvex/capture/CaptureHook.h"
+#include "quorvex/capture/TestBug.h"

@@ -1,0 +1,410 @@
+#include "quorvex/baseType/ModelArchive.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+namespace Quorvex {
+
+namespace {
+
+// The reading side of one read_archive call. When the stream can say how many bytes it
+// still holds, no count read from it makes us allocate more than that; when it cannot,
+// blocks grow geometrically and stop at the first failed read. Once the data run out,
+// nothing more is read and every count still to come stays 0.
+class ModelSource {
+ public:
+  explicit ModelSource(ReadAble& in) : in_(in) {
+    const std::int64_t pos = in_.tell();
+    const std::int64_t end = pos >= 0 ? in_.size() : -1;
+    if (pos >= 0 && end >= pos) {
+      known_ = true;
+      left_ = static_cast<std::uint64_t>(end - pos);
+    }
+  }
+
+  bool exhausted() const { return exhausted_; }
+
+  // A field of at most 16 bytes, all or nothing: on failure `value` keeps what it held.
+  template <class T>
+  bool read_value(T& value) {
+    static_assert(sizeof(T) <= 16, "fields only");
+    if (exhausted_) return false;
+    char tmp[sizeof(T)];
+    if (known_) {
+      if (left_ < sizeof(T)) {
+        run_out();
+        return false;
+      }
+      in_.read(tmp, sizeof(T));
+      left_ -= sizeof(T);
+    } else {
+      in_.read(tmp, sizeof(T));
+      if (in_.has_failed()) {
+        exhausted_ = true;
+        return false;
+      }
+    }
+    std::memcpy(&value, tmp, sizeof(T));
+    return true;
+  }
+
+  // Room to reserve for `count` elements of `elem_size` bytes.
+  std::size_t reservable(std::int32_t count, std::size_t elem_size) const {
+    if (count < 1 || exhausted_) return 0;
+    const std::size_t limit = known_ ? static_cast<std::size_t>(left_ / elem_size) : kFirstChunk;
+    return std::min(static_cast<std::size_t>(count), limit);
+  }
+
+  // `count` elements as one block; `v` ends up holding the ones that came complete.
+  template <class V>
+  void read_block(V& v, std::int32_t count) {
+    using E = typename V::value_type;
+    v.clear();
+    if (count < 1 || exhausted_) return;
+    const std::size_t want = static_cast<std::size_t>(count);
+    if (known_) {
+      const std::size_t n = std::min(want, static_cast<std::size_t>(left_ / sizeof(E)));
+      v.resize(n);
+      if (n > 0) {
+        in_.read(reinterpret_cast<char*>(v.data()), n * sizeof(E));
+        left_ -= n * sizeof(E);
+      }
+      if (n < want) run_out();
+      return;
+    }
+    std::size_t chunk = kFirstChunk;
+    std::size_t done = 0;
+    while (done < want) {
+      const std::size_t n = std::min(chunk, want - done);
+      v.resize(done + n);
+      in_.read(reinterpret_cast<char*>(v.data() + done), n * sizeof(E));
+      if (in_.has_failed()) {
+        v.resize(done);  // how much of the last chunk came is not known: none of it counts
+        exhausted_ = true;
+        return;
+      }
+      done += n;
+      chunk *= 2;
+    }
+  }
+
+ private:
+  static constexpr std::size_t kFirstChunk = 4096;
+
+  // The stream holds less than the next value: take the rest plus one byte, so that the
+  // stream's own flags tell the caller it ended early.
+  void run_out() {
+    char scratch[32];
+    in_.read(scratch, static_cast<std::size_t>(left_) + 1);
+    left_ = 0;
+    exhausted_ = true;
+  }
+
+  ReadAble in_;  // a copy of the caller's handle for the length of the call
+  bool known_ = false;
+  bool exhausted_ = false;
+  std::uint64_t left_ = 0;
+};
+
+// ---- writing
+
+void write_i32(WriteAble& out, std::int32_t v) {
+  out.write(reinterpret_cast<const char*>(&v), sizeof(v));
+}
+
+void write_f32(WriteAble& out, float v) { out.write(reinterpret_cast<const char*>(&v), sizeof(v)); }
+
+void write_points(WriteAble& out, const std::vector<Point2>* points) {
+  const std::int32_t n = points ? static_cast<std::int32_t>(points->size()) : 0;
+  write_i32(out, n);
+  if (n > 0) {
+    out.write(reinterpret_cast<const char*>(points->data()),
+              static_cast<std::size_t>(n) * sizeof(Point2));
+  }
+}
+
+void write_path(WriteAble& out, const Path& p) {
+  write_i32(out, static_cast<std::int32_t>(p.get_type()));
+  write_f32(out, p.get_z());
+  write_f32(out, p.get_width());
+  write_i32(out, p.get_id());
+  // A path without points has no form of its own; it is stored as an empty one.
+  write_points(out, p.get_points().get());
+
+  const std::shared_ptr<ColorVector const> colors = p.get_colors();
+  const std::int32_t color_count = colors ? static_cast<std::int32_t>(colors->size()) : 0;
+  write_i32(out, color_count);
+  for (std::int32_t i = 0; i < color_count; ++i) {
+    const Color3f& c = (*colors)[static_cast<std::size_t>(i)];
+    out.write(reinterpret_cast<const char*>(c.data()), 3 * sizeof(float));
+  }
+
+  const auto extra = p.get_extra_shell_component();
+  const auto extend = p.get_extend_path_component();
+  write_i32(out, (extra ? 1 : 0) + (extend ? 1 : 0));
+  if (extra) {
+    write_i32(out, 1);
+    write_i32(out, extra->get_extraShell_id());
+    write_i32(out, extra->is_small_region() ? 1 : 0);
+  }
+  if (extend) {
+    write_i32(out, 2);
+    write_points(out, extend->get_tails().get());
+    write_points(out, extend->get_heads().get());
+  }
+}
+
+void write_path_list(WriteAble& out, const std::vector<std::shared_ptr<Path>>& list) {
+  write_i32(out, static_cast<std::int32_t>(list.size()));
+  const Path empty;
+  for (const auto& p : list) write_path(out, p ? *p : empty);
+}
+
+void write_layer(WriteAble& out, const Layer& l) {
+  write_i32(out, l.get_id());
+  write_f32(out, l.get_z());
+  write_f32(out, l.get_thickness());
+  const std::vector<float>& offsets = l.get_extraShell_offsets();
+  const std::int32_t n = static_cast<std::int32_t>(offsets.size());
+  write_i32(out, n);
+  if (n > 0) {
+    out.write(reinterpret_cast<const char*>(offsets.data()),
+              static_cast<std::size_t>(n) * sizeof(float));
+  }
+  write_path_list(out, l.get_boundary_paths());
+  write_path_list(out, l.get_extraShell_paths());
+  write_path_list(out, l.get_fill_paths());
+  write_path_list(out, l.get_thinWalledFill_paths());
+  write_path_list(out, l.get_sharpAngle_paths());
+  write_path_list(out, l.get_support_paths());
+  write_path_list(out, l.get_raft_paths());
+  // Third in the class, last in the archive.
+  write_path_list(out, l.get_small_region_paths());
+}
+
+void write_entity(WriteAble& out, const Entity& e) {
+  write_i32(out, static_cast<std::int32_t>(e.get_craft_type()));
+  write_f32(out, e.get_platform_height());
+  const auto& layers = e.get_layers();
+  write_i32(out, static_cast<std::int32_t>(layers.size()));
+  const Layer empty;
+  for (const auto& l : layers) write_layer(out, l ? *l : empty);
+}
+
+// ---- reading
+
+// Gives the stored count, 0 when it did not come.
+std::int32_t read_points(ModelSource& in, std::vector<Point2>& points) {
+  points.clear();
+  std::int32_t n = 0;
+  in.read_value(n);
+  in.read_block(points, n);
+  return n;
+}
+
+void read_path(ModelSource& in, Path& p) {
+  std::int32_t type = static_cast<std::int32_t>(p.get_type());
+  float z = p.get_z();
+  float width = p.get_width();
+  std::int32_t id = p.get_id();
+  if (in.read_value(type)) p.set_type(static_cast<PathType>(type));
+  if (in.read_value(z)) p.set_z(z);
+  if (in.read_value(width)) p.set_width(width);
+  if (in.read_value(id)) p.set_id(id);
+
+  auto points = std::make_shared<Point2Vector>();
+  p.set_points(points);
+  read_points(in, *points);
+
+  std::int32_t color_count = 0;
+  in.read_value(color_count);
+  if (color_count > 0) {
+    auto colors = std::make_shared<ColorVector>();
+    p.set_colors(colors);
+    colors->reserve(in.reservable(color_count, 3 * sizeof(float)));
+    for (std::int32_t i = 0; i < color_count; ++i) {
+      float c[3];
+      if (!in.read_value(c)) break;
+      colors->push_back(Color3f(c[0], c[1], c[2]));
+    }
+  }
+
+  std::int32_t component_count = 0;
+  in.read_value(component_count);
+  for (std::int32_t i = 0; i < component_count && !in.exhausted(); ++i) {
+    std::int32_t kind = 0;
+    if (!in.read_value(kind)) break;
+    if (kind == 1) {
+      auto extra = std::make_shared<ExtraShellComponent>();
+      std::int32_t extra_id = extra->get_extraShell_id();
+      std::int32_t small = 0;
+      in.read_value(extra_id);
+      in.read_value(small);
+      extra->set_extraShell_id(extra_id);
+      extra->set_small_region(small != 0);
+      p.set_extra_shell_component(extra);
+    } else if (kind == 2) {
+      auto extend = std::make_shared<ExtendPathComponent>();
+      auto tails = std::make_shared<Point2Vector>();
+      if (read_points(in, *tails) > 0) extend->set_tails(tails);
+      auto heads = std::make_shared<Point2Vector>();
+      if (read_points(in, *heads) > 0) extend->set_heads(heads);
+      p.set_extend_path_component(extend);
+    }
+    // Any other kind has no length to skip by: the entry ends at its kind.
+  }
+}
+
+void read_path_list(ModelSource& in, std::vector<std::shared_ptr<Path>>& list) {
+  list.clear();
+  std::int32_t n = 0;
+  in.read_value(n);
+  for (std::int32_t i = 0; i < n && !in.exhausted(); ++i) {
+    auto p = std::make_shared<Path>();
+    read_path(in, *p);
+    if (in.exhausted()) break;  // the stream ended inside this path
+    list.push_back(std::move(p));
+  }
+}
+
+void read_layer(ModelSource& in, Layer& l) {
+  std::int32_t id = l.get_id();
+  float z = l.get_z();
+  float thickness = l.get_thickness();
+  if (in.read_value(id)) l.set_id(id);
+  if (in.read_value(z)) l.set_z(z);
+  if (in.read_value(thickness)) l.set_thickness(thickness);
+
+  std::vector<float> offsets;
+  std::int32_t n = 0;
+  in.read_value(n);
+  in.read_block(offsets, n);
+  l.set_extraShell_offsets(offsets);
+
+  read_path_list(in, l.get_boundary_paths());
+  read_path_list(in, l.get_extraShell_paths());
+  read_path_list(in, l.get_fill_paths());
+  read_path_list(in, l.get_thinWalledFill_paths());
+  read_path_list(in, l.get_sharpAngle_paths());
+  read_path_list(in, l.get_support_paths());
+  read_path_list(in, l.get_raft_paths());
+  read_path_list(in, l.get_small_region_paths());
+}
+
+void read_entity(ModelSource& in, Entity& e) {
+  std::int32_t craft = static_cast<std::int32_t>(e.get_craft_type());
+  float platform = e.get_platform_height();
+  if (in.read_value(craft)) e.set_craft_type(static_cast<CraftType>(craft));
+  if (in.read_value(platform)) e.set_platform_height(platform);
+  std::int32_t n = 0;
+  in.read_value(n);
+  auto& layers = e.get_layers();
+  layers.clear();
+  for (std::int32_t i = 0; i < n && !in.exhausted(); ++i) {
+    auto l = std::make_shared<Layer>();
+    read_layer(in, *l);
+    if (in.exhausted()) break;  // the stream ended inside this layer
+    layers.push_back(std::move(l));
+  }
+}
+
+}  // namespace
+
+void Point2Vector::read_archive(ReadAble& in) {
+  ModelSource src(in);
+  read_points(src, *this);
+}
+void Point2Vector::write_archive(WriteAble& out) const { write_points(out, this); }
+
+void Path::read_archive(ReadAble& in) {
+  ModelSource src(in);
+  read_path(src, *this);
+}
+void Path::write_archive(WriteAble& out) const { write_path(out, *this); }
+
+void Layer::read_archive(ReadAble& in) {
+  ModelSource src(in);
+  read_layer(src, *this);
+}
+void Layer::write_archive(WriteAble& out) const { write_layer(out, *this); }
+
+void Entity::read_archive(ReadAble& in) {
+  ModelSource src(in);
+  read_entity(src, *this);
+}
+void Entity::write_archive(WriteAble& out) const { write_entity(out, *this); }
+
+// ---- operators
+
+std::istream& operator>>(std::istream& in, Entity& entity) {
+  ReadAble h(in);
+  entity.read_archive(h);
+  return in;
+}
+std::ostream& operator<<(std::ostream& out, const Entity& entity) {
+  WriteAble h(out);
+  entity.write_archive(h);
+  return out;
+}
+std::istream& operator>>(std::istream& in, Layer& layer) {
+  ReadAble h(in);
+  layer.read_archive(h);
+  return in;
+}
+std::ostream& operator<<(std::ostream& out, const Layer& layer) {
+  WriteAble h(out);
+  layer.write_archive(h);
+  return out;
+}
+std::istream& operator>>(std::istream& in, Path& path) {
+  ReadAble h(in);
+  path.read_archive(h);
+  return in;
+}
+std::ostream& operator<<(std::ostream& out, const Path& path) {
+  WriteAble h(out);
+  path.write_archive(h);
+  return out;
+}
+std::istream& operator>>(std::istream& in, Point2Vector& points) {
+  ReadAble h(in);
+  points.read_archive(h);
+  return in;
+}
+std::ostream& operator<<(std::ostream& out, const Point2Vector& points) {
+  WriteAble h(out);
+  points.write_archive(h);
+  return out;
+}
+std::istream& operator>>(std::istream& in, std::vector<Point2>& points) {
+  ReadAble h(in);
+  ModelSource src(h);
+  read_points(src, points);
+  return in;
+}
+std::ostream& operator<<(std::ostream& out, const std::vector<Point2>& points) {
+  WriteAble h(out);
+  write_points(h, &points);
+  return out;
+}
+
+ReadAble operator>>(ReadAble in, Path& path) {
+  path.read_archive(in);
+  return in;
+}
+WriteAble operator<<(WriteAble out, const Path& path) {
+  path.write_archive(out);
+  return out;
+}
+ReadAble operator>>(ReadAble in, Layer& layer) {
+  layer.read_archive(in);
+  return in;
+}
+WriteAble operator<<(WriteAble out, const Layer& layer) {
+  layer.write_archive(out);
+  return out;
+}
+
+}  // namespace Quorvex

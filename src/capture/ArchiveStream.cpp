@@ -1,0 +1,162 @@
+#include "quorvex/capture/ArchiveStream.h"
+
+namespace Quorvex {
+
+ReadAbleInterface::~ReadAbleInterface() = default;
+bool ReadAbleInterface::is_null() { return false; }
+WriteAbleInterface::~WriteAbleInterface() = default;
+bool WriteAbleInterface::is_null() { return false; }
+
+bool NullReadAble::read(char*, std::size_t) { return false; }
+bool NullReadAble::is_null() { return true; }
+std::int64_t NullReadAble::tell() { return 0; }
+void NullReadAble::seek(std::int64_t) {}
+std::int64_t NullReadAble::size() { return 0; }
+bool NullReadAble::has_failed() { return true; }
+
+bool NullWriteAble::write(const char*, std::size_t) { return false; }
+bool NullWriteAble::is_null() { return true; }
+std::int64_t NullWriteAble::tell() { return 0; }
+int NullWriteAble::seek(std::int64_t) { return -1; }
+
+namespace {
+
+// The two input adapters differ only in the stream type they were built on.
+bool stream_read(std::istream& s, char* buffer, std::size_t count) {
+  if (count == 0) return true;
+  if (buffer == nullptr) return false;
+  s.read(buffer, static_cast<std::streamsize>(count));
+  return true;
+}
+
+std::int64_t stream_size(std::istream& s) {
+  const std::istream::pos_type here = s.tellg();
+  s.seekg(0, std::ios_base::end);
+  const std::istream::pos_type end = s.tellg();
+  s.seekg(here);
+  return static_cast<std::int64_t>(end);
+}
+
+bool stream_write(std::ostream& s, const char* buffer, std::size_t count) {
+  if (count == 0) return true;
+  if (buffer == nullptr) return false;
+  s.write(buffer, static_cast<std::streamsize>(count));
+  return true;
+}
+
+}  // namespace
+
+namespace ReadInternal {
+
+bool isCapture::read(char* buffer, std::size_t count) {
+  return stream_read(*stream_, buffer, count);
+}
+std::int64_t isCapture::tell() { return static_cast<std::int64_t>(stream_->tellg()); }
+void isCapture::seek(std::int64_t position) { stream_->seekg(position, std::ios_base::beg); }
+std::int64_t isCapture::size() { return stream_size(*stream_); }
+bool isCapture::has_failed() { return stream_->rdstate() != std::ios_base::goodbit; }
+
+bool ifsCapture::read(char* buffer, std::size_t count) {
+  return stream_read(*stream_, buffer, count);
+}
+std::int64_t ifsCapture::tell() { return static_cast<std::int64_t>(stream_->tellg()); }
+void ifsCapture::seek(std::int64_t position) { stream_->seekg(position, std::ios_base::beg); }
+std::int64_t ifsCapture::size() { return stream_size(*stream_); }
+bool ifsCapture::has_failed() { return stream_->rdstate() != std::ios_base::goodbit; }
+
+}  // namespace ReadInternal
+
+namespace WriteInternal {
+
+bool osCapture::write(const char* buffer, std::size_t count) {
+  return stream_write(*stream_, buffer, count);
+}
+std::int64_t osCapture::tell() { return static_cast<std::int64_t>(stream_->tellp()); }
+int osCapture::seek(std::int64_t position) {
+  stream_->seekp(position);
+  return 0;
+}
+
+bool ofsCapture::write(const char* buffer, std::size_t count) {
+  return stream_write(*stream_, buffer, count);
+}
+std::int64_t ofsCapture::tell() { return static_cast<std::int64_t>(stream_->tellp()); }
+int ofsCapture::seek(std::int64_t position) {
+  stream_->seekp(position);
+  return 0;
+}
+
+}  // namespace WriteInternal
+
+// Every stream constructor starts from the null adapter and swaps in the stream adapter
+// where the stream qualifies, so a handle always has an adapter.
+ReadAble::ReadAble(std::istream& stream) : adapter_(new NullReadAble) {
+  CountedPtr<ReadAbleInterface> tmp(new ReadInternal::isCapture(stream));
+  adapter_.take_over(tmp);
+}
+
+ReadAble::ReadAble(std::ifstream& stream) : adapter_(new NullReadAble) {
+  if (stream.is_open()) {
+    CountedPtr<ReadAbleInterface> tmp(new ReadInternal::ifsCapture(stream));
+    adapter_.take_over(tmp);
+  }
+}
+
+ReadAble::~ReadAble() = default;
+
+bool ReadAble::read(char* buffer, std::size_t count) {
+  return adapter_.get() ? adapter_.get()->read(buffer, count) : false;
+}
+bool ReadAble::is_null() { return adapter_.get() ? adapter_.get()->is_null() : true; }
+std::int64_t ReadAble::tell() { return adapter_.get() ? adapter_.get()->tell() : 0; }
+void ReadAble::seek(std::int64_t position) {
+  if (adapter_.get()) adapter_.get()->seek(position);
+}
+std::int64_t ReadAble::size() { return adapter_.get() ? adapter_.get()->size() : 0; }
+bool ReadAble::has_failed() { return adapter_.get() ? adapter_.get()->has_failed() : true; }
+
+WriteAble::WriteAble(std::ostream& stream) : adapter_(new NullWriteAble) {
+  CountedPtr<WriteAbleInterface> tmp(new WriteInternal::osCapture(stream));
+  adapter_.take_over(tmp);
+}
+
+WriteAble::WriteAble(std::ofstream& stream) : adapter_(new NullWriteAble) {
+  if (stream.is_open()) {
+    CountedPtr<WriteAbleInterface> tmp(new WriteInternal::ofsCapture(stream));
+    adapter_.take_over(tmp);
+  }
+}
+
+WriteAble::~WriteAble() = default;
+
+bool WriteAble::write(const char* buffer, std::size_t count) {
+  return adapter_.get() ? adapter_.get()->write(buffer, count) : false;
+}
+bool WriteAble::is_null() { return adapter_.get() ? adapter_.get()->is_null() : true; }
+std::int64_t WriteAble::tell() { return adapter_.get() ? adapter_.get()->tell() : 0; }
+int WriteAble::seek(std::int64_t position) {
+  return adapter_.get() ? adapter_.get()->seek(position) : -1;
+}
+
+ReadAble operator>>(ReadAble in, std::vector<Point2>& v) {
+  v.clear();
+  std::int32_t n = 0;
+  in.read(reinterpret_cast<char*>(&n), sizeof(n));
+  if (n > 0) {
+    v.resize(static_cast<std::size_t>(n));
+    in.read(reinterpret_cast<char*>(v.data()), v.size() * sizeof(Point2));
+  }
+  return in;
+}
+
+WriteAble operator<<(WriteAble out, const std::vector<Point2>& v) {
+  const std::int32_t n = static_cast<std::int32_t>(v.size());
+  out.write(reinterpret_cast<const char*>(&n), sizeof(n));
+  if (n > 0) {
+    out.write(reinterpret_cast<const char*>(v.data()),
+              static_cast<std::size_t>(n) * sizeof(Point2));
+  }
+  return out;
+}
+
+}  // namespace Quorvex
