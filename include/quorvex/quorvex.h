@@ -35,3 +35,7 @@
 #include "quorvex/capture/ArchiveStream.h"
 #include "quorvex/capture/CaptureHook.h"
 #include "quorvex/capture/TestBug.h"
+// quorvexCommon: loop simplification
+#include "quorvex/planeGeometry/QEMSimp.h"
+#include "quorvex/planeGeometry/SimplifyDP.h"
+#include "quorvex/planeGeometry/SimplifyDistance.h"

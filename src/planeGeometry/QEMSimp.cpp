@@ -1,0 +1,286 @@
+#include "quorvex/planeGeometry/QEMSimp.h"
+
+#include <Eigen/Core>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "quorvex/baseType/Path.h"
+
+namespace Quorvex {
+
+namespace {
+
+// ---- Plain quadric: the running mean of (x*x, x*y, x, y*y, y, 1) over the merged points.
+
+struct PlaneQuadric {
+  double xx, xy, x, yy, y, one;
+
+  explicit PlaneQuadric(const Point2& p) {
+    const double px = p.x;
+    const double py = p.y;
+    xx = px * px;
+    xy = px * py;
+    x = px;
+    yy = py * py;
+    y = py;
+    one = 1.0;
+  }
+
+  // A mean, not a sum: the latest merge weighs as much as everything merged before.
+  void merge_mean(const PlaneQuadric& o) {
+    xx = (xx + o.xx) * 0.5;
+    xy = (xy + o.xy) * 0.5;
+    x = (x + o.x) * 0.5;
+    yy = (yy + o.yy) * 0.5;
+    y = (y + o.y) * 0.5;
+    one = (one + o.one) * 0.5;
+  }
+
+  // Mean squared distance of the merged points from the line through p and q.
+  double cost(const Point2& p, const Point2& q) const {
+    // The line coefficients are formed in float, as the points are, and only then widened.
+    const double a = static_cast<float>(q.y - p.y);
+    const double b = static_cast<float>(p.x - q.x);
+    const double c = static_cast<float>(q.x * p.y - p.x * q.y);
+    const double norm = std::sqrt(a * a + b * b);
+    if (norm == 0.0) return 0.0;
+    const double na = a / norm;
+    const double nb = b / norm;
+    const double nc = c / norm;
+    // The constant term stands alone: the weight `one` stays 1 under mean merging.
+    return na * na * xx + 2 * na * nb * xy + 2 * na * nc * x + nb * nb * yy + 2 * nb * nc * y +
+           nc * nc;
+  }
+};
+
+// ---- Coloured quadric over v = (x, y, red, green, blue): c = mean v.v, b = mean v,
+// A = mean v vT. The cost reads only the first two rows of A, and merging is linear, so
+// only those rows are kept.
+
+using Vec5 = Eigen::Matrix<double, 5, 1>;
+using Vec2 = Eigen::Matrix<double, 2, 1>;
+using Rows25 = Eigen::Matrix<double, 2, 5>;
+
+struct ColourPoint {
+  const Point2* position;
+  const Color3f* colour;
+
+  Vec5 widened() const {
+    Vec5 v;
+    v << position->x, position->y, (*colour)[0], (*colour)[1], (*colour)[2];
+    return v;
+  }
+};
+
+struct ColourQuadric {
+  double c;
+  Vec5 b;
+  Rows25 a_top;
+
+  explicit ColourQuadric(const ColourPoint& p) {
+    const Vec5 v = p.widened();
+    c = v.dot(v);
+    b = v;
+    a_top = v.head<2>() * v.transpose();
+  }
+
+  void merge_mean(const ColourQuadric& o) {
+    c = (c + o.c) * 0.5;
+    b = (b + o.b) * 0.5;
+    a_top = (a_top + o.a_top) * 0.5;
+  }
+
+  // Mean squared five-dimensional distance of each merged point v from p + t e, where t is
+  // the projection of v's position onto the chord in the plane: the colour is interpolated
+  // along the chord by arc length in the plane.
+  double cost(const ColourPoint& from, const ColourPoint& to) const {
+    const Vec5 p = from.widened();
+    const Vec5 w = to.widened() - p;
+    const double len = std::sqrt(w[0] * w[0] + w[1] * w[1]);
+    if (len < 1e-5) return 0.0;
+    const Vec5 e = w / len;
+    const Vec2 u = e.head<2>();
+    const Vec2 p2 = p.head<2>();
+    const Vec2 b2 = b.head<2>();
+    const Eigen::Matrix2d m =
+        a_top.leftCols<2>() - p2 * b2.transpose() - b2 * p2.transpose() + p2 * p2.transpose();
+    const Rows25 t = a_top - p2 * b.transpose() - b2 * p.transpose() + p2 * p.transpose();
+    return c - 2 * b.dot(p) + p.dot(p) + e.dot(e) * u.dot(m * u) - 2 * u.dot(t * e);
+  }
+};
+
+// ---- Collapse engine shared by both forms.
+
+struct QEMCandidate {
+  int32_t vertex;
+  int32_t version;
+  double error;
+};
+
+// Binary min-heap on `error` with fixed tie rules, so that equal errors come out in one
+// defined order: a new entry rises past strictly greater parents only; on removal the hole
+// runs down to a leaf along the smaller child (the right one on equal children), and the
+// last entry is then raised from there.
+class CandidateHeap {
+ public:
+  void reserve(std::size_t n) { h_.reserve(n); }
+  bool empty() const { return h_.empty(); }
+
+  void push(const QEMCandidate& value) {
+    h_.push_back(value);
+    raise_into(h_.size() - 1, value);
+  }
+
+  QEMCandidate pop() {
+    const QEMCandidate top = h_.front();
+    const QEMCandidate last = h_.back();
+    h_.pop_back();
+    const std::size_t len = h_.size();
+    if (len == 0) return top;
+    std::size_t hole = 0;
+    std::size_t child = 0;
+    while (child < (len - 1) / 2) {
+      child = 2 * (child + 1);
+      if (h_[child].error > h_[child - 1].error) --child;
+      h_[hole] = h_[child];
+      hole = child;
+    }
+    if ((len & 1) == 0 && child == (len - 2) / 2) {
+      child = 2 * (child + 1);
+      h_[hole] = h_[child - 1];
+      hole = child - 1;
+    }
+    raise_into(hole, last);
+    return top;
+  }
+
+ private:
+  void raise_into(std::size_t hole, const QEMCandidate& value) {
+    while (hole > 0) {
+      const std::size_t parent = (hole - 1) / 2;
+      if (!(h_[parent].error > value.error)) break;
+      h_[hole] = h_[parent];
+      hole = parent;
+    }
+    h_[hole] = value;
+  }
+
+  std::vector<QEMCandidate> h_;
+};
+
+template <class Quadric>
+struct QEMVertex {
+  int32_t id;
+  int32_t prev;
+  int32_t next;
+  int32_t version;
+  bool alive;
+  Quadric quadric;
+};
+
+// `point(i)` gives what the quadric of input vertex i is built from and measured against;
+// the input itself is never moved, only relinked.
+template <class Quadric, class PointOf>
+std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
+  std::vector<QEMVertex<Quadric>> v;
+  v.reserve(static_cast<std::size_t>(n));
+  CandidateHeap heap;
+  heap.reserve(3 * static_cast<std::size_t>(n));
+  for (int32_t i = 0; i < n; ++i) {
+    const int32_t prev = i == 0 ? n - 1 : i - 1;
+    const int32_t next = i == n - 1 ? 0 : i + 1;
+    Quadric q(point(i));
+    heap.push({i, 0, q.cost(point(prev), point(next))});
+    v.push_back({i, prev, next, 0, true, q});
+  }
+
+  auto ring_too_small = [&v](int32_t k) {
+    const QEMVertex<Quadric>& x = v[k];
+    return x.next == x.id || x.next == x.prev || x.prev == x.id;
+  };
+
+  while (!heap.empty()) {
+    const QEMCandidate top = heap.pop();
+    QEMVertex<Quadric>& gone = v[top.vertex];
+    if (top.version != gone.version) continue;  // stale: the vertex changed since
+    if (top.error > limit) break;               // nothing cheaper is left
+    const int32_t p = gone.prev;
+    const int32_t nx = gone.next;
+    ++gone.version;
+    gone.alive = false;
+    ++v[p].version;
+    v[p].next = nx;
+    v[p].quadric.merge_mean(gone.quadric);
+    ++v[nx].version;
+    v[nx].prev = p;
+    v[nx].quadric.merge_mean(gone.quadric);
+    if (ring_too_small(p) || ring_too_small(nx)) break;
+    for (const int32_t k : {p, nx}) {
+      const QEMVertex<Quadric>& x = v[k];
+      heap.push({k, x.version, x.quadric.cost(point(x.prev), point(x.next))});
+    }
+  }
+
+  std::vector<bool> alive(static_cast<std::size_t>(n));
+  for (int32_t i = 0; i < n; ++i) alive[i] = v[i].alive;
+  return alive;
+}
+
+}  // namespace
+
+RetVal get_QEM_simplified_loop(std::vector<Point2>& loop, float tolerance) {
+  if (tolerance <= 0.0f || loop.size() < 4) return RETVAL_BAD_INPUT;
+  const int32_t n = static_cast<int32_t>(loop.size());
+  const double limit = tolerance * tolerance;
+  const std::vector<bool> alive = collapse_ring<PlaneQuadric>(
+      n, [&loop](int32_t i) -> const Point2& { return loop[i]; }, limit);
+  std::size_t out = 0;
+  for (int32_t i = 0; i < n; ++i) {
+    if (alive[i]) loop[out++] = loop[i];
+  }
+  loop.resize(out);
+  return RETVAL_OK;
+}
+
+void get_QEM_simplified_loop_with_colour(std::shared_ptr<Path>& path, float position_tolerance,
+                                         float colour_tolerance) {
+  if (position_tolerance <= 0.0f || colour_tolerance <= 0.0f || !path) return;
+  const std::shared_ptr<Point2Vector> points = path->get_points();
+  const std::shared_ptr<ColorVector> colours = path->get_colors();
+  if (!points || !colours || points->size() != colours->size() || points->size() < 4) return;
+
+  // After scaling, a position distance of position_tolerance equals a colour distance of
+  // colour_tolerance, so one limit serves both.
+  const double scale = colour_tolerance / position_tolerance;
+  for (Point2& p : *points) {
+    p.x = static_cast<float>(p.x * scale);
+    p.y = static_cast<float>(p.y * scale);
+  }
+
+  const int32_t n = static_cast<int32_t>(points->size());
+  const double limit = colour_tolerance * colour_tolerance;
+  const Point2Vector& pts = *points;
+  const ColorVector& cols = *colours;
+  const std::vector<bool> alive = collapse_ring<ColourQuadric>(
+      n,
+      [&pts, &cols](int32_t i) {
+        return ColourPoint{&pts[i], &cols[i]};
+      },
+      limit);
+
+  auto kept_points = std::make_shared<Point2Vector>();
+  auto kept_colours = std::make_shared<ColorVector>();
+  for (int32_t i = 0; i < n; ++i) {
+    if (!alive[i]) continue;
+    kept_points->emplace_back(static_cast<float>(pts[i].x / scale),
+                              static_cast<float>(pts[i].y / scale));
+    kept_colours->push_back(cols[i]);
+  }
+  // The former point sequence stays scaled: anyone sharing it sees the scaled values.
+  path->set_points(kept_points);
+  path->set_colors(kept_colours);
+}
+
+}  // namespace Quorvex

@@ -1,0 +1,186 @@
+#include <glog/logging.h>
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "LoopFixtures.h"
+#include "quorvex/planeGeometry/SimplifyDP.h"
+
+namespace Quorvex {
+namespace {
+
+using test::noisy_ring;
+using test::subsequence_indices;
+using Loop = std::vector<Point2>;
+
+const Loop kSquare = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
+
+struct DPCase {
+  const char* name;
+  Loop input;
+  float radius;
+  float length;
+  Loop expected;
+};
+
+class DPWorkedCase : public ::testing::TestWithParam<DPCase> {};
+
+TEST_P(DPWorkedCase, GivesTheExpectedLoop) {
+  const DPCase& c = GetParam();
+  Loop loop = c.input;
+  EXPECT_EQ(get_simplified_loop_DP(loop, c.radius, c.length), RETVAL_OK);
+  ASSERT_EQ(loop.size(), c.expected.size());
+  for (std::size_t i = 0; i < loop.size(); ++i) {
+    EXPECT_TRUE(test::same_point(loop[i], c.expected[i])) << "vertex " << i;
+  }
+  if (c.length <= 0) {  // the short form is the full form with length 0
+    Loop short_form = c.input;
+    EXPECT_EQ(get_simplified_loop_DP(short_form, c.radius), RETVAL_OK);
+    EXPECT_EQ(short_form.size(), loop.size());
+  }
+}
+
+// A ring that passes (0,0) twice: the long edges 0-1 and 1-2 leave the arc (2, 0) with a zero
+// chord, decided by squared distance from (0,0) against the unsquared radius.
+const Loop kTwiceThroughOrigin = {{0, 0}, {10, 0}, {0, 0}, {1, 1}, {2, 3}, {1, 0.2f}};
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, DPWorkedCase,
+    ::testing::Values(
+        DPCase{"SquareKeepsCorners", kSquare, 0.1f, 0, kSquare},
+        DPCase{"FlatTriangleEmptied", {{0, 0}, {10, 0}, {5, 0.05f}}, 0.1f, 0, {}},
+        DPCase{"CollinearGoAtZeroRadius",
+               {{0, 0}, {5, 0}, {10, 0}, {10, 5}, {10, 10}, {0, 10}},
+               0,
+               0,
+               kSquare},
+        DPCase{"NegativeRadiusKeepsAll",
+               {{0, 0}, {5, 0}, {10, 0}, {10, 10}, {0, 10}},
+               -1,
+               0,
+               {{0, 0}, {5, 0}, {10, 0}, {10, 10}, {0, 10}}},
+        DPCase{"LengthAboveEveryEdge",
+               {{0, 0}, {5, 0.01f}, {10, 0}, {10, 10}, {0, 10}},
+               0.1f,
+               100,
+               kSquare},
+        DPCase{"LengthAtShortestEdgeKeepsAll",
+               {{0, 0}, {5, 0.01f}, {10, 0}, {10, 10}, {0, 10}},
+               0.1f,
+               5,
+               {{0, 0}, {5, 0.01f}, {10, 0}, {10, 10}, {0, 10}}},
+        DPCase{"ZeroChordSquaredAgainstRadius",
+               kTwiceThroughOrigin,
+               5,
+               5,
+               {{0, 0}, {10, 0}, {0, 0}, {2, 3}}},
+        DPCase{
+            "ZeroChordStrictlyAboveRadius", kTwiceThroughOrigin, 13, 5, {{0, 0}, {10, 0}, {0, 0}}},
+        DPCase{"Empty", {}, 1, 0, {}}, DPCase{"OneVertex", {{1, 2}}, 1, 0, {}},
+        DPCase{"TwoVertices", {{1, 2}, {3, 4}}, 0, 0, {}},
+        DPCase{"AllEqual", {{1, 1}, {1, 1}, {1, 1}, {1, 1}}, -1, 0, {}},
+        DPCase{"AllEqualWithEdgeRule", {{1, 1}, {1, 1}, {1, 1}}, 0, 1, {}}),
+    [](const ::testing::TestParamInfo<DPCase>& info) { return std::string(info.param.name); });
+
+TEST(SimplifyDP, SingleLongEdgeReplacesSeedingOfExtremes) {
+  // The rightmost vertex (10.5, 0.5) is an extreme, kept when seeding; with the edge rule the
+  // arc from (10,0) round to (0,0) is refined instead and it lies within radius of (10,0)-(10,1).
+  const Loop loop = {{0, 0}, {10, 0}, {10.5f, 0.5f}, {10, 1}, {6, 1}, {2, 1}, {0, 1}};
+  Loop seeded = loop, edged = loop;
+  get_simplified_loop_DP(seeded, 0.6f, 0);
+  get_simplified_loop_DP(edged, 0.6f, 5);
+  auto has_extreme = [](const Loop& l) {
+    for (const Point2& p : l)
+      if (p.x == 10.5f) return true;
+    return false;
+  };
+  EXPECT_TRUE(has_extreme(seeded));
+  EXPECT_FALSE(has_extreme(edged));
+  EXPECT_FALSE(subsequence_indices(edged, loop).empty());
+}
+
+class DPNoisyRing : public ::testing::TestWithParam<std::tuple<uint32_t, float, float>> {};
+
+TEST_P(DPNoisyRing, KeepsOrderBoundsRemovedAndIsIdempotent) {
+  const auto [seed, radius, length] = GetParam();
+  const Loop original = noisy_ring(2000, 100, 1.0f, seed);
+  Loop loop = original;
+  get_simplified_loop_DP(loop, radius, length);
+  ASSERT_GE(loop.size(), 3u);
+  ASSERT_LT(loop.size(), original.size());
+  const std::vector<std::size_t> idx = subsequence_indices(loop, original);
+  ASSERT_EQ(idx.size(), loop.size()) << "survivors are not the input in its order";
+  // Every removed vertex lies within radius of the chord of the survivors around it.
+  for (std::size_t k = 0; k < idx.size(); ++k) {
+    const Point2& a = original[idx[k]];
+    const Point2& b = original[idx[(k + 1) % idx.size()]];
+    const std::size_t end = k + 1 < idx.size() ? idx[k + 1] : idx[0] + original.size();
+    for (std::size_t i = idx[k] + 1; i < end; ++i) {
+      EXPECT_LE(test::line_distance(a, b, original[i % original.size()]), radius * 1.0001 + 1e-4);
+    }
+  }
+  // Without the edge rule the farthest vertex of every arc stays the farthest among the
+  // survivors, so a second run changes nothing. (Thinning makes edges longer, so the edge rule
+  // may flag more the second time.)
+  if (length == 0) {
+    Loop again = loop;
+    get_simplified_loop_DP(again, radius, length);
+    ASSERT_EQ(again.size(), loop.size());
+    EXPECT_EQ(subsequence_indices(again, loop).size(), loop.size());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rings, DPNoisyRing,
+                         ::testing::Combine(::testing::Values(1u, 2u, 3u),
+                                            ::testing::Values(0.5f, 2.0f),
+                                            ::testing::Values(0.0f, 1.5f)));
+
+TEST(SimplifyDP, ExtremeInputsFinishWithAValidLoop) {
+  for (float scale : {1e-38f, 1e-20f, 1e20f, 3e38f}) {
+    Loop loop = noisy_ring(500, 1, 0.3f, 7);
+    for (Point2& p : loop) p = Point2(p.x * scale, p.y * scale);
+    loop.insert(loop.end(), loop.begin(), loop.begin() + 50);  // runs over itself
+    const Loop original = loop;
+    for (float radius : {-1.0f, 0.0f, 1e-3f * scale}) {
+      Loop l = original;
+      EXPECT_EQ(get_simplified_loop_DP(l, radius, scale), RETVAL_OK);
+      EXPECT_TRUE(l.empty() || l.size() >= 3);
+    }
+  }
+}
+
+// Collects the lines this thread's calls log.
+class LineSink : public google::LogSink {
+ public:
+  LineSink() { google::AddLogSink(this); }
+  ~LineSink() override { google::RemoveLogSink(this); }
+  void send(google::LogSeverity severity, const char*, const char*, int,
+            const google::LogMessageTime&, const char* message, size_t length) override {
+    std::lock_guard<std::mutex> lock(mutex_);
+    lines_.emplace_back(std::to_string(severity) + ":" + std::string(message, length));
+  }
+  std::vector<std::string> lines() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return lines_;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::string> lines_;
+};
+
+TEST(SimplifyDP, FullFormLogsOneInfoLineShortFormNone) {
+  LineSink sink;
+  Loop loop = kSquare;
+  get_simplified_loop_DP(loop, 0.25f, 2.5f);
+  get_simplified_loop_DP(loop, 0.25f);
+  const std::vector<std::string> lines = sink.lines();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0],
+            std::to_string(google::GLOG_INFO) + ":get_simplified_loop_DP: radius 0.25, length 2.5");
+}
+
+}  // namespace
+}  // namespace Quorvex
