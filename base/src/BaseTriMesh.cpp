@@ -1,10 +1,16 @@
 #include "quorvex/base/BaseTriMesh.h"
 
 #include <Eigen/Geometry>
+#include <cmath>
 
 namespace Quorvex {
 
 Cloud::~Cloud() = default;
+
+void Cloud::set_vColor(std::size_t i, const Vector3f& c) {
+  if (!color_enabled_) enable_vColor();
+  colors_[i] = c;
+}
 
 void Cloud::enable_vColor() {
   color_enabled_ = true;
@@ -14,10 +20,22 @@ void Cloud::enable_vColor() {
 BaseTriMesh::~BaseTriMesh() = default;
 
 Vector3f triangle_unit_normal(const Vector3f& a, const Vector3f& b, const Vector3f& c) {
-  const Vector3f n = (b - a).cross(c - a);
-  const float len = n.norm();
-  if (!(len > 0.0f)) return Vector3f::Zero();
-  return n / len;
+  // In double: the squared length of a float cross product underflows for faces of about
+  // 1e-10 units and overflows for faces of about 1e10, and either would lose the normal.
+  const Eigen::Vector3d e1 = (b - a).cast<double>();
+  const Eigen::Vector3d e2 = (c - a).cast<double>();
+  const Eigen::Vector3d n = e1.cross(e2);
+  const double len = n.norm();
+  if (!(len > 0.0) || !std::isfinite(len)) return Vector3f::Zero();
+  return (n / len).cast<float>();
+}
+
+Vector3f BaseTriMesh::normal_of(const BaseTriFace& f) const {
+  const auto n = static_cast<long long>(coords_.size());
+  for (int k = 0; k < 3; ++k) {
+    if (f[k] < 0 || f[k] >= n) return Vector3f::Zero();
+  }
+  return triangle_unit_normal(coords_[f[0]], coords_[f[1]], coords_[f[2]]);
 }
 
 void BaseTriMesh::clear() {
@@ -31,13 +49,7 @@ void BaseTriMesh::set_vCoords(const std::vector<Vector3f>& coords) {
   coords_ = coords;
   if (color_enabled_) colors_.resize(coords_.size(), Vector3f::Zero());
   // Normals follow the positions of the faces' corners.
-  for (std::size_t i = 0; i < faces_.size(); ++i) {
-    const BaseTriFace& f = faces_[i];
-    const auto n = static_cast<int>(coords_.size());
-    const bool valid = f[0] >= 0 && f[1] >= 0 && f[2] >= 0 && f[0] < n && f[1] < n && f[2] < n;
-    normals_[i] = valid ? triangle_unit_normal(coords_[f[0]], coords_[f[1]], coords_[f[2]])
-                        : Vector3f::Zero();
-  }
+  for (std::size_t i = 0; i < faces_.size(); ++i) normals_[i] = normal_of(faces_[i]);
 }
 
 std::size_t BaseTriMesh::add_vCoord(const Vector3f& p) {
@@ -51,17 +63,16 @@ void BaseTriMesh::set_faces(const std::vector<BaseTriFace>& faces) {
   normals_.clear();
   faces_.reserve(faces.size());
   normals_.reserve(faces.size());
-  for (const BaseTriFace& f : faces) add_face(f);
+  // Not through add_face: a class that overrides both must not see these faces twice.
+  for (const BaseTriFace& f : faces) {
+    faces_.push_back(f);
+    normals_.push_back(normal_of(f));
+  }
 }
 
 void BaseTriMesh::add_face(const BaseTriFace& face) {
   faces_.push_back(face);
-  const auto n = static_cast<int>(coords_.size());
-  const bool valid = face[0] >= 0 && face[1] >= 0 && face[2] >= 0 && face[0] < n && face[1] < n &&
-                     face[2] < n;
-  normals_.push_back(valid ? triangle_unit_normal(coords_[face[0]], coords_[face[1]],
-                                                  coords_[face[2]])
-                           : Vector3f::Zero());
+  normals_.push_back(normal_of(face));
 }
 
 void BaseTriMesh::reserve(std::size_t vertices, std::size_t faces) {

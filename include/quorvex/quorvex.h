@@ -39,3 +39,12 @@
 #include "quorvex/planeGeometry/QEMSimp.h"
 #include "quorvex/planeGeometry/SimplifyDP.h"
 #include "quorvex/planeGeometry/SimplifyDistance.h"
+// quorvexCommon: meshes and spatial primitives
+#include "quorvex/base/BaseTriMesh.h"
+#include "quorvex/base/MeshReaders.h"
+#include "quorvex/baseTypeIO/EntityToMesh.h"
+#include "quorvex/baseTypeIO/MeshMemoryIO.h"
+#include "quorvex/baseTypeIO/ObjReader.h"
+#include "quorvex/baseTypeIO/ReadTriMesh.h"
+#include "quorvex/spatial/Bbox3.h"
+#include "quorvex/spatial/FaceSegment.h"

@@ -1,10 +1,9 @@
 #pragma once
 
+#include <Eigen/Core>
 #include <array>
 #include <cstddef>
 #include <vector>
-
-#include <Eigen/Core>
 
 #include "quorvex/base/BaseExport.h"
 
@@ -41,7 +40,8 @@ class QXB_EXPORT Cloud {
   // (zero until set).
   void enable_vColor();
   bool is_vColor_enabled() const { return color_enabled_; }
-  void set_vColor(std::size_t i, const Vector3f& c) { colors_[i] = c; }
+  // Turns colours on first if they are off; `i` must name a vertex.
+  void set_vColor(std::size_t i, const Vector3f& c);
   const Vector3f& get_vColor(std::size_t i) const { return colors_[i]; }
 
  protected:
@@ -51,8 +51,9 @@ class QXB_EXPORT Cloud {
 };
 
 // A triangle mesh. Face normals are kept with the faces: get_fNrv(i) is the unit normal
-// (V1 - V0) x (V2 - V0), normalised, as STL stores it; a degenerate face has the zero
-// vector.
+// (V1 - V0) x (V2 - V0), normalised, as STL stores it; a degenerate face, or one with a
+// corner that names no vertex, has the zero vector. Normals follow set_vCoords; add_vCoord
+// leaves those of existing faces alone.
 class QXB_EXPORT BaseTriMesh : public Cloud {
  public:
   BaseTriMesh() = default;
@@ -75,6 +76,9 @@ class QXB_EXPORT BaseTriMesh : public Cloud {
   void reserve(std::size_t vertices, std::size_t faces);
 
  protected:
+  // Normal of a face over the current vertices; zero when a corner names no vertex.
+  Vector3f normal_of(const BaseTriFace& f) const;
+
   std::vector<BaseTriFace> faces_;
   std::vector<Vector3f> normals_;
 };

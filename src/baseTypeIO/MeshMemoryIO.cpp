@@ -1,0 +1,113 @@
+#include "quorvex/baseTypeIO/MeshMemoryIO.h"
+
+#include <boost/interprocess/streams/bufferstream.hpp>
+#include <cctype>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <locale>
+
+#include "quorvex/base/MeshReaders.h"
+
+namespace Quorvex {
+
+namespace {
+
+constexpr std::size_t kStlHeader = 80;
+constexpr std::size_t kStlPrefix = 84;
+constexpr std::size_t kStlRecord = 50;
+
+// Byte by byte, so the image is little-endian on any host; compilers make a plain store
+// of it where the host is little-endian already.
+inline unsigned char* store_le_u32(unsigned char* out, std::uint32_t v) {
+  out[0] = static_cast<unsigned char>(v);
+  out[1] = static_cast<unsigned char>(v >> 8);
+  out[2] = static_cast<unsigned char>(v >> 16);
+  out[3] = static_cast<unsigned char>(v >> 24);
+  return out + 4;
+}
+
+inline unsigned char* store_le_f32(unsigned char* out, float v) {
+  std::uint32_t bits;
+  std::memcpy(&bits, &v, sizeof bits);
+  return store_le_u32(out, bits);
+}
+
+// One face record: twelve floats and a zero attribute.
+inline void store_le_record(unsigned char* out, const float (&values)[12]) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  std::memcpy(out, values, sizeof values);
+#else
+  unsigned char* p = out;
+  for (const float v : values) p = store_le_f32(p, v);
+#endif
+  out[48] = 0;
+  out[49] = 0;
+}
+
+void upper_in_place(char* text) {
+  for (; *text != '\0'; ++text) {
+    *text = static_cast<char>(std::toupper(static_cast<unsigned char>(*text)));
+  }
+}
+
+}  // namespace
+
+IORet write_TriMesh_to_memory(std::vector<unsigned char>& image, const BaseTriMesh& mesh) {
+  const std::size_t n = mesh.get_fn();
+  image.resize(kStlPrefix + kStlRecord * n);
+  unsigned char* out = image.data();
+  std::memset(out, ' ', kStlHeader);
+  out = store_le_u32(out + kStlHeader, static_cast<std::uint32_t>(n));
+  // Raw pointers taken once: stores through unsigned char may alias anything, and would
+  // otherwise make the compiler reload the mesh's containers after every byte.
+  const BaseTriFace* faces = mesh.get_faces().data();
+  const Vector3f* vertices = mesh.get_vCoords().data();
+  for (std::size_t i = 0; i < n; ++i) {
+    const BaseTriFace& face = faces[i];
+    const Vector3f a = vertices[face[0]];
+    const Vector3f b = vertices[face[1]];
+    const Vector3f c = vertices[face[2]];
+    const float e1x = b.x() - a.x(), e1y = b.y() - a.y(), e1z = b.z() - a.z();
+    const float e2x = c.x() - a.x(), e2y = c.y() - a.y(), e2z = c.z() - a.z();
+    const float nx = e1y * e2z - e1z * e2y;
+    const float ny = e1z * e2x - e1x * e2z;
+    const float nz = e1x * e2y - e1y * e2x;
+    const float len = std::sqrt(nx * nx + ny * ny + nz * nz);
+    const float record[12] = {nx / len, ny / len, nz / len, a.x(), a.y(), a.z(),
+                              b.x(),    b.y(),    b.z(),    c.x(), c.y(), c.z()};
+    store_le_record(out, record);
+    out += kStlRecord;
+  }
+  return IORET_OK;
+}
+
+bool is_ascii_stl(std::istream& in) {
+  constexpr std::streamsize kLine = 256;
+  char line[kLine] = {};
+  in.getline(line, kLine - 1);
+  upper_in_place(line);
+  if (std::strstr(line, "SOLID") == nullptr) return false;
+  if (in.fail() || in.bad()) return false;
+  do {
+    in.getline(line, kLine - 1);
+    if (line[0] == '\0' && (in.fail() || in.bad())) return false;
+  } while (line[0] == '\0');
+  upper_in_place(line);
+  return std::strstr(line, "FACET") != nullptr;
+}
+
+IORet read_stl_in_memory(const std::vector<unsigned char>& data, BaseTriMesh& mesh) {
+  if (data.empty()) return IORET_EMPTY_DATA;
+  boost::interprocess::basic_ibufferstream<char> in(reinterpret_cast<const char*>(data.data()),
+                                                    data.size());
+  static_cast<std::istream&>(in).imbue(std::locale::classic());
+  const bool ascii = is_ascii_stl(in);
+  // The sniff may have run into the end, which leaves the fail flag set.
+  in.clear();
+  in.seekg(0, std::ios_base::beg);
+  if (ascii) return static_cast<IORet>(addFacesGivenAscii(in, mesh, 0, Callback()));
+  return static_cast<IORet>(addFacesGivenBinary(data.data(), data.size(), mesh, Callback()));
+}
+
+}  // namespace Quorvex

@@ -1,0 +1,215 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+#include "quorvex/baseType/Entity.h"
+#include "quorvex/baseType/Layer.h"
+#include "quorvex/baseType/Path.h"
+#include "quorvex/baseTypeIO/EntityToMesh.h"
+
+namespace Quorvex {
+namespace {
+
+// A path with one distinct colour per point: colour i is (i, 10 + i, 20 + i).
+std::shared_ptr<Path> make_path(const std::vector<Point2>& points, float z,
+                                PathType type = PATH_TYPE_OUTER, int colours = -1) {
+  auto path = std::make_shared<Path>();
+  path->set_points(std::make_shared<Point2Vector>(points));
+  auto c = std::make_shared<ColorVector>();
+  const int n = colours < 0 ? static_cast<int>(points.size()) : colours;
+  for (int i = 0; i < n; ++i) c->push_back(Color3f(float(i), 10.0f + i, 20.0f + i));
+  path->set_colors(c);
+  path->set_z(z);
+  path->set_type(type);
+  return path;
+}
+
+Vector3f colour(int i) { return Vector3f(float(i), 10.0f + i, 20.0f + i); }
+
+struct Fixture {
+  Entity entity;
+  std::shared_ptr<Layer> layer = std::make_shared<Layer>();
+  BaseTriMesh mesh;
+  Fixture(float thickness = 0.2f) {
+    layer->set_thickness(thickness);
+    entity.add_layer(layer);
+  }
+  RetVal run(float width = 0.4f, float fourth = 0.0f) {
+    return convert_entity_to_baseTriMesh_with_color(entity, mesh, width, fourth);
+  }
+};
+
+void expect_quad_faces(const BaseTriMesh& mesh, std::size_t quad) {
+  const int b = static_cast<int>(4 * quad);
+  EXPECT_EQ(mesh.get_face(2 * quad), BaseTriFace(b, b + 1, b + 2));
+  EXPECT_EQ(mesh.get_face(2 * quad + 1), BaseTriFace(b, b + 2, b + 3));
+}
+
+TEST(EntityToMesh, NoLayersClearsAndEnablesColours) {
+  Entity entity;
+  BaseTriMesh mesh;
+  mesh.set_vCoords({Vector3f(1, 1, 1)});
+  mesh.set_faces({BaseTriFace(0, 0, 0)});
+  EXPECT_EQ(convert_entity_to_baseTriMesh_with_color(entity, mesh, 0.4f, 0.0f), RETVAL_OK);
+  EXPECT_EQ(mesh.get_vn(), 0u);
+  EXPECT_EQ(mesh.get_fn(), 0u);
+  EXPECT_TRUE(mesh.is_vColor_enabled());
+}
+
+TEST(EntityToMesh, BoundaryTriangleMakesThreeClosedWalls) {
+  Fixture f(0.25f);
+  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(2, 0), Point2(0, 3)}, 1.0f));
+  EXPECT_EQ(f.run(), RETVAL_OK);
+  ASSERT_EQ(f.mesh.get_vn(), 12u);
+  ASSERT_EQ(f.mesh.get_fn(), 6u);
+  const auto w = static_cast<float>(0.25f * 1.2);
+  const auto low = static_cast<float>(1.0f - static_cast<double>(w) * 0.5);
+  const auto high = static_cast<float>(1.0f + static_cast<double>(w) * 0.5);
+  // The closing wall, from the last point back to the first.
+  EXPECT_EQ(f.mesh.get_vCoord(8), Vector3f(0, 3, low));
+  EXPECT_EQ(f.mesh.get_vCoord(9), Vector3f(0, 0, low));
+  EXPECT_EQ(f.mesh.get_vCoord(10), Vector3f(0, 0, high));
+  EXPECT_EQ(f.mesh.get_vCoord(11), Vector3f(0, 3, high));
+  EXPECT_EQ(f.mesh.get_vColor(8), colour(2));
+  EXPECT_EQ(f.mesh.get_vColor(9), colour(0));
+  EXPECT_EQ(f.mesh.get_vColor(10), colour(0));
+  EXPECT_EQ(f.mesh.get_vColor(11), colour(2));
+  EXPECT_EQ(f.mesh.get_vCoord(1), Vector3f(2, 0, low));
+  for (std::size_t q = 0; q < 3; ++q) expect_quad_faces(f.mesh, q);
+}
+
+TEST(EntityToMesh, OnePointBoundaryIsOneFlatWall) {
+  Fixture f;
+  f.layer->add_boundary_path(make_path({Point2(5, 5)}, 1.0f));
+  f.run();
+  EXPECT_EQ(f.mesh.get_vn(), 4u);
+  EXPECT_EQ(f.mesh.get_fn(), 2u);
+}
+
+TEST(EntityToMesh, ZeroThicknessWallsLieAtTheirHeight) {
+  Fixture f(0.0f);
+  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(1, 0)}, 0.3f));
+  f.run();
+  ASSERT_EQ(f.mesh.get_vn(), 8u);
+  for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(f.mesh.get_vCoord(i).z(), 0.3f);
+}
+
+TEST(EntityToMesh, RibbonLiesRightOfTravelAndRunsCounterClockwise) {
+  Fixture f;
+  f.layer->add_extraShell_path(make_path({Point2(0, 0), Point2(4, 0)}, 2.0f));
+  f.run(0.5f);
+  // Two ribbons: there and back along the closed two-point loop.
+  ASSERT_EQ(f.mesh.get_vn(), 8u);
+  EXPECT_EQ(f.mesh.get_vCoord(0), Vector3f(0, -0.25f, 2));
+  EXPECT_EQ(f.mesh.get_vCoord(1), Vector3f(4, -0.25f, 2));
+  EXPECT_EQ(f.mesh.get_vCoord(2), Vector3f(4, 0.25f, 2));
+  EXPECT_EQ(f.mesh.get_vCoord(3), Vector3f(0, 0.25f, 2));
+  EXPECT_EQ(f.mesh.get_vColor(0), colour(0));
+  EXPECT_EQ(f.mesh.get_vColor(2), colour(1));
+  EXPECT_GT(f.mesh.get_fNrv(0).z(), 0.0f);
+  EXPECT_GT(f.mesh.get_fNrv(1).z(), 0.0f);
+  EXPECT_EQ(f.mesh.get_vCoord(4), Vector3f(4, 0.25f, 2));
+}
+
+TEST(EntityToMesh, ZeroLengthPiecesAddNothing) {
+  Fixture f;
+  f.layer->add_extraShell_path(make_path({Point2(1, 1)}, 0.0f));
+  f.layer->add_extraShell_path(make_path({Point2(0, 0), Point2(0, 0), Point2(1, 0)}, 0.0f));
+  f.run();
+  // Of the closed loop (0,0) (0,0) (1,0): the pieces 1-2 and 2-0 remain.
+  EXPECT_EQ(f.mesh.get_vn(), 8u);
+  EXPECT_EQ(f.mesh.get_vColor(0), colour(1));
+  EXPECT_EQ(f.mesh.get_vColor(4), colour(2));
+}
+
+TEST(EntityToMesh, FillSegmentsTakePairsAndPolylinesEveryPiece) {
+  const std::vector<Point2> pts = {Point2(0, 0), Point2(1, 0), Point2(1, 1), Point2(2, 1),
+                                   Point2(2, 2)};
+  for (const auto& [type, ribbons] :
+       std::vector<std::pair<PathType, std::size_t>>{{PATH_TYPE_FILL_SEGMENTS_0, 2},
+                                                     {PATH_TYPE_FILL_SEGMENTS_3, 2},
+                                                     {PATH_TYPE_FILL_OTHER, 4},
+                                                     {PATH_TYPE_FILL_POLYLINE_0, 4},
+                                                     {PATH_TYPE_OUTER, 4}}) {
+    Fixture f;
+    f.layer->add_fill_path(make_path(pts, 0.5f, type));
+    f.run();
+    EXPECT_EQ(f.mesh.get_fn(), 2 * ribbons) << type;
+    if (ribbons == 2) {
+      // The second ribbon is the pair (2, 3); point 4 is nobody's.
+      EXPECT_EQ(f.mesh.get_vColor(4), colour(2));
+      EXPECT_EQ(f.mesh.get_vColor(5), colour(3));
+    }
+  }
+}
+
+TEST(EntityToMesh, ShortFillAddsNothing) {
+  Fixture f;
+  f.layer->add_fill_path(make_path({Point2(0, 0)}, 0.5f, PATH_TYPE_FILL_POLYLINE_0));
+  f.layer->add_fill_path(make_path({}, 0.5f, PATH_TYPE_FILL_SEGMENTS_0));
+  f.run();
+  EXPECT_EQ(f.mesh.get_vn(), 0u);
+}
+
+TEST(EntityToMesh, PathsWithoutMatchingColoursAreSkipped) {
+  Fixture f;
+  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(1, 0)}, 0.0f, PATH_TYPE_OUTER, 1));
+  auto no_colours = make_path({Point2(0, 0), Point2(1, 0)}, 0.0f);
+  no_colours->set_colors(nullptr);
+  f.layer->add_boundary_path(no_colours);
+  auto no_points = make_path({}, 0.0f);
+  no_points->set_points(nullptr);
+  f.layer->add_boundary_path(no_points);
+  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(1, 0)}, 7.0f));
+  f.run();
+  EXPECT_EQ(f.mesh.get_vn(), 8u);
+  EXPECT_NEAR(f.mesh.get_vCoord(0).z(), 7.0f, 0.2f);
+}
+
+TEST(EntityToMesh, GroupOrderAndIgnoredLists) {
+  Fixture f;
+  f.layer->add_fill_path(make_path({Point2(0, 0), Point2(1, 0)}, 3.0f, PATH_TYPE_FILL_POLYLINE_0));
+  f.layer->add_extraShell_path(make_path({Point2(0, 0), Point2(1, 0)}, 2.0f));
+  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(1, 0)}, 1.0f));
+  f.layer->add_support_path(make_path({Point2(0, 0), Point2(1, 0)}, 9.0f));
+  f.layer->add_raft_path(make_path({Point2(0, 0), Point2(1, 0)}, 9.0f));
+  auto second = std::make_shared<Layer>();
+  second->add_fill_path(make_path({Point2(0, 0), Point2(1, 0)}, 4.0f, PATH_TYPE_FILL_POLYLINE_0));
+  f.entity.add_layer(second);
+  f.run();
+  // Walls (2 quads), shell ribbons (2), fill (1), then the second layer's fill (1).
+  ASSERT_EQ(f.mesh.get_vn(), 24u);
+  EXPECT_EQ(f.mesh.get_vCoord(8).z(), 2.0f);
+  EXPECT_EQ(f.mesh.get_vCoord(16).z(), 3.0f);
+  EXPECT_EQ(f.mesh.get_vCoord(20).z(), 4.0f);
+}
+
+TEST(EntityToMesh, ZeroWidthAndTheFourthArgument) {
+  Fixture a, b;
+  for (Fixture* f : {&a, &b}) {
+    f->layer->add_fill_path(
+        make_path({Point2(0, 0), Point2(3, 4)}, 1.0f, PATH_TYPE_FILL_POLYLINE_0));
+  }
+  a.run(0.0f, 0.0f);
+  b.run(0.0f, 123.0f);
+  ASSERT_EQ(a.mesh.get_vn(), 4u);
+  EXPECT_EQ(a.mesh.get_vCoord(0), a.mesh.get_vCoord(3));
+  EXPECT_EQ(a.mesh.get_fn(), 2u);
+  EXPECT_EQ(a.mesh.get_vCoords(), b.mesh.get_vCoords());
+}
+
+TEST(EntityToMesh, RibbonOffsetFollowsTheFloatSteps) {
+  Fixture f;
+  f.layer->add_fill_path(
+      make_path({Point2(0.1f, 0.2f), Point2(3.7f, -1.3f)}, 0.3f, PATH_TYPE_FILL_POLYLINE_0));
+  f.run(0.45f);
+  const float dx = 3.7f - 0.1f, dy = -1.3f - 0.2f;
+  const float len = std::sqrt(dx * dx + dy * dy);
+  const auto s = static_cast<float>(static_cast<double>(0.45f) * 0.5 / len);
+  EXPECT_EQ(f.mesh.get_vCoord(0), Vector3f(0.1f + dy * s, 0.2f + -dx * s, 0.3f));
+  EXPECT_EQ(f.mesh.get_vCoord(2), Vector3f(3.7f - dy * s, -1.3f - -dx * s, 0.3f));
+}
+
+}  // namespace
+}  // namespace Quorvex

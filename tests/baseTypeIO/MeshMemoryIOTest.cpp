@@ -1,0 +1,213 @@
+#include <gtest/gtest.h>
+
+#include <boost/interprocess/streams/bufferstream.hpp>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "baseTypeIO/MeshTestSupport.h"
+#include "quorvex/base/StlSniff.h"
+#include "quorvex/baseTypeIO/MeshMemoryIO.h"
+#include "quorvex/baseTypeIO/ReadTriMesh.h"
+
+namespace Quorvex {
+namespace {
+
+using mesh_test::bytes_of;
+
+std::uint32_t u32_at(const std::vector<unsigned char>& b, std::size_t at) {
+  return static_cast<std::uint32_t>(b[at]) | static_cast<std::uint32_t>(b[at + 1]) << 8 |
+         static_cast<std::uint32_t>(b[at + 2]) << 16 | static_cast<std::uint32_t>(b[at + 3]) << 24;
+}
+
+float f32_at(const std::vector<unsigned char>& b, std::size_t at) {
+  const std::uint32_t bits = u32_at(b, at);
+  float v;
+  std::memcpy(&v, &bits, sizeof v);
+  return v;
+}
+
+Vector3f vec_at(const std::vector<unsigned char>& b, std::size_t at) {
+  return Vector3f(f32_at(b, at), f32_at(b, at + 4), f32_at(b, at + 8));
+}
+
+std::string binary_stl(const std::string& header_start, const std::vector<Vector3f>& corners) {
+  std::string bytes = header_start;
+  bytes.resize(80, ' ');
+  const auto n = static_cast<std::uint32_t>(corners.size() / 3);
+  for (int k = 0; k < 4; ++k) bytes.push_back(static_cast<char>(n >> (8 * k)));
+  for (std::size_t f = 0; f < n; ++f) {
+    const float zero[3] = {0, 0, 0};
+    bytes.append(reinterpret_cast<const char*>(zero), 12);
+    for (int c = 0; c < 3; ++c)
+      bytes.append(reinterpret_cast<const char*>(corners[3 * f + c].data()), 12);
+    bytes.append(2, '\0');
+  }
+  return bytes;
+}
+
+const std::string kAsciiTriangle =
+    "solid t\n facet normal 0 0 1\n  outer loop\n   vertex 0 0 0\n   vertex 1 0 0\n"
+    "   vertex 0 1 0\n  endloop\n endfacet\nendsolid t\n";
+
+struct SniffCase {
+  const char* name;
+  std::string text;
+  bool ascii;
+};
+
+void PrintTo(const SniffCase& c, std::ostream* os) { *os << c.name; }
+
+class StlSniffTest : public ::testing::TestWithParam<SniffCase> {};
+
+TEST_P(StlSniffTest, AsciiOnlyWithSolidThenFacet) {
+  const SniffCase& c = GetParam();
+  boost::interprocess::basic_ibufferstream<char> in(c.text.data(), c.text.size());
+  EXPECT_EQ(is_ascii_stl(in), c.ascii);
+  // quorvexBase decides files by the same rule.
+  std::istringstream again(c.text);
+  EXPECT_EQ(stl_stream_is_ascii(again), c.ascii);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, StlSniffTest,
+    ::testing::Values(
+        SniffCase{"ascii", kAsciiTriangle, true},
+        SniffCase{"mixed_case", "SoLiD x\r\nFaCeT normal 0 0 0\r\n", true},
+        SniffCase{"blank_lines_between", "solid\n\n\n  facet\n", true},
+        SniffCase{"solid_anywhere_in_line", "my solid part\nfacet\n", true},
+        SniffCase{"solid_then_other", "solid x\nvertex 1 2 3\nfacet\n", false},
+        SniffCase{"solid_only", "solid x\n", false},
+        SniffCase{"solid_without_newline", "solid x", false},
+        SniffCase{"solid_then_blank_lines_only", "solid x\n\n\n", false},
+        SniffCase{"no_solid", "facet\nfacet\n", false},
+        SniffCase{"binary_header_with_solid", binary_stl("solid binary", {}), false},
+        SniffCase{"first_line_of_255", "solid" + std::string(250, 'x') + "\nfacet\n", false},
+        SniffCase{"first_line_of_254", "solid" + std::string(249, 'x') + "\nfacet\n", true},
+        SniffCase{"long_second_line_still_looked_at", "solid\nfacet" + std::string(400, ' ') + "\n",
+                  true},
+        SniffCase{"zero_byte_hides_solid", std::string("\0solid\nfacet\n", 13), false},
+        SniffCase{"empty", "", false}),
+    [](const ::testing::TestParamInfo<SniffCase>& info) { return std::string(info.param.name); });
+
+TEST(WriteTriMesh, EmptyMeshIsHeaderAndZeroCount) {
+  BaseTriMesh mesh;
+  std::vector<unsigned char> image(7, 0xAB);
+  EXPECT_EQ(write_TriMesh_to_memory(image, mesh), IORET_OK);
+  ASSERT_EQ(image.size(), 84u);
+  for (std::size_t i = 0; i < 80; ++i) EXPECT_EQ(image[i], ' ') << i;
+  EXPECT_EQ(u32_at(image, 80), 0u);
+}
+
+TEST(WriteTriMesh, FaceRecordLayout) {
+  BaseTriMesh mesh;
+  mesh.set_vCoords({Vector3f(1, 2, 3), Vector3f(3, 2, 3), Vector3f(1, 6, 3), Vector3f(0, 0, 1)});
+  mesh.set_faces({BaseTriFace(0, 1, 2), BaseTriFace(3, 1, 0)});
+  std::vector<unsigned char> image(1000, 0xCD);
+  EXPECT_EQ(write_TriMesh_to_memory(image, mesh), IORET_OK);
+  ASSERT_EQ(image.size(), 84u + 100u);
+  EXPECT_EQ(u32_at(image, 80), 2u);
+  EXPECT_EQ(vec_at(image, 84), Vector3f(0, 0, 1));
+  EXPECT_EQ(vec_at(image, 96), Vector3f(1, 2, 3));
+  EXPECT_EQ(vec_at(image, 108), Vector3f(3, 2, 3));
+  EXPECT_EQ(vec_at(image, 120), Vector3f(1, 6, 3));
+  EXPECT_EQ(image[132], 0);
+  EXPECT_EQ(image[133], 0);
+  // The second face in its own corner order; its normal is the float quotient of the
+  // cross product by its length.
+  const Vector3f e1 = Vector3f(3, 2, 3) - Vector3f(0, 0, 1);
+  const Vector3f e2 = Vector3f(1, 2, 3) - Vector3f(0, 0, 1);
+  const Vector3f c(e1.y() * e2.z() - e1.z() * e2.y(), e1.z() * e2.x() - e1.x() * e2.z(),
+                   e1.x() * e2.y() - e1.y() * e2.x());
+  const float len = std::sqrt(c.x() * c.x() + c.y() * c.y() + c.z() * c.z());
+  EXPECT_EQ(vec_at(image, 134), Vector3f(c.x() / len, c.y() / len, c.z() / len));
+  EXPECT_EQ(vec_at(image, 146), Vector3f(0, 0, 1));
+  EXPECT_EQ(vec_at(image, 170), Vector3f(1, 2, 3));
+}
+
+TEST(WriteTriMesh, OneFaceFromALargerImageIs134Bytes) {
+  BaseTriMesh mesh;
+  mesh.set_vCoords({Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)});
+  mesh.set_faces({BaseTriFace(0, 1, 2)});
+  std::vector<unsigned char> image(1000, 1);
+  write_TriMesh_to_memory(image, mesh);
+  EXPECT_EQ(image.size(), 134u);
+}
+
+TEST(WriteTriMesh, ZeroAreaFaceStoresZeroByZero) {
+  BaseTriMesh mesh;
+  mesh.set_vCoords({Vector3f(0, 0, 0), Vector3f(1, 1, 1), Vector3f(2, 2, 2)});
+  mesh.set_faces({BaseTriFace(0, 1, 2)});
+  std::vector<unsigned char> image;
+  write_TriMesh_to_memory(image, mesh);
+  EXPECT_TRUE(std::isnan(f32_at(image, 84)));
+  EXPECT_TRUE(std::isnan(f32_at(image, 88)));
+  EXPECT_TRUE(std::isnan(f32_at(image, 92)));
+}
+
+TEST(StlInMemory, EmptyIsSix) {
+  BaseTriMesh mesh;
+  EXPECT_EQ(read_stl_in_memory({}, mesh), IORET_EMPTY_DATA);
+  EXPECT_EQ(read_TriMesh_in_memory({}, "STL", mesh), IORET_EMPTY_DATA);
+  EXPECT_EQ(read_TriMesh_in_memory({}, "obj", mesh), IORET_EMPTY_DATA);
+}
+
+TEST(StlInMemory, AsciiBuffer) {
+  BaseTriMesh mesh;
+  EXPECT_EQ(read_TriMesh_in_memory(bytes_of(kAsciiTriangle), "stl", mesh), IORET_OK);
+  EXPECT_EQ(mesh.get_vCoords(),
+            (std::vector<Vector3f>{Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)}));
+  ASSERT_EQ(mesh.get_fn(), 1u);
+  EXPECT_EQ(mesh.get_face(0), BaseTriFace(0, 1, 2));
+}
+
+TEST(StlInMemory, BinaryWhoseHeaderBeginsWithSolid) {
+  const std::vector<Vector3f> corners = {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0),
+                                         Vector3f(0, 1, 0), Vector3f(1, 0, 0), Vector3f(1, 1, 0)};
+  BaseTriMesh mesh;
+  EXPECT_EQ(read_TriMesh_in_memory(bytes_of(binary_stl("solid made by a binary writer", corners)),
+                                   "STL", mesh),
+            IORET_OK);
+  EXPECT_EQ(mesh.get_vn(), 4u);
+  ASSERT_EQ(mesh.get_fn(), 2u);
+  EXPECT_EQ(mesh.get_face(1), BaseTriFace(2, 1, 3));
+}
+
+TEST(StlInMemory, TruncatedBinaryIsThree) {
+  std::string bytes = binary_stl("", {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)});
+  bytes.pop_back();
+  BaseTriMesh mesh;
+  EXPECT_EQ(read_TriMesh_in_memory(bytes_of(bytes), "STL", mesh), 3);
+  // A face count far beyond the bytes is refused before anything is allocated.
+  std::string absurd(80, ' ');
+  absurd += std::string("\xff\xff\xff\x7f", 4);
+  EXPECT_EQ(read_TriMesh_in_memory(bytes_of(absurd), "STL", mesh), 3);
+}
+
+TEST(StlInMemory, WrittenImageReadsBackAsBinary) {
+  // A closed tetrahedron: the reader merges the corners back into four vertices.
+  BaseTriMesh mesh;
+  mesh.set_vCoords({Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0), Vector3f(0, 0, 1)});
+  mesh.set_faces(
+      {BaseTriFace(0, 2, 1), BaseTriFace(0, 1, 3), BaseTriFace(1, 2, 3), BaseTriFace(0, 3, 2)});
+  std::vector<unsigned char> image;
+  write_TriMesh_to_memory(image, mesh);
+  // The header is all spaces: no "solid", so binary.
+  BaseTriMesh back;
+  ASSERT_EQ(read_TriMesh_in_memory(image, "Stl", back), IORET_OK);
+  EXPECT_EQ(back.get_vn(), 4u);
+  ASSERT_EQ(back.get_fn(), 4u);
+  for (std::size_t i = 0; i < 4; ++i) {
+    for (int k = 0; k < 3; ++k) {
+      EXPECT_EQ(back.get_vCoord(static_cast<std::size_t>(back.get_face(i)[k])),
+                mesh.get_vCoord(static_cast<std::size_t>(mesh.get_face(i)[k])));
+    }
+    EXPECT_EQ(back.get_fNrv(i), mesh.get_fNrv(i));
+  }
+}
+
+}  // namespace
+}  // namespace Quorvex

@@ -1,0 +1,251 @@
+#include <gtest/gtest.h>
+
+#include <boost/interprocess/streams/bufferstream.hpp>
+#include <limits>
+#include <locale>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "baseTypeIO/MeshTestSupport.h"
+#include "quorvex/baseTypeIO/ObjReader.h"
+
+namespace Quorvex {
+namespace {
+
+using mesh_test::bytes_of;
+using mesh_test::ErrorLines;
+using mesh_test::faces_of;
+
+// Counts the virtual operations the reader calls, in order.
+class RecordingMesh : public BaseTriMesh {
+ public:
+  void clear() override {
+    calls += "clear,";
+    BaseTriMesh::clear();
+  }
+  void set_vCoords(const std::vector<Vector3f>& c) override {
+    calls += "set_vCoords(" + std::to_string(c.size()) + "),";
+    BaseTriMesh::set_vCoords(c);
+  }
+  void set_faces(const std::vector<BaseTriFace>& f) override {
+    calls += "set_faces(" + std::to_string(f.size()) + "),";
+    BaseTriMesh::set_faces(f);
+  }
+  std::string calls;
+};
+
+struct ObjCase {
+  const char* name;
+  std::string text;
+  std::vector<Vector3f> vertices;
+  std::vector<BaseTriFace> faces;
+  int dropped_lines;  // error lines about dropped faces
+};
+
+void PrintTo(const ObjCase& c, std::ostream* os) { *os << c.name; }
+
+class ObjTextTest : public ::testing::TestWithParam<ObjCase> {};
+
+// Every case goes through both readers: the in-place scan of memory and the stream.
+TEST_P(ObjTextTest, BothReadersAgreeWithTheTable) {
+  const ObjCase& c = GetParam();
+  for (int reader = 0; reader < 2; ++reader) {
+    SCOPED_TRACE(reader == 0 ? "memory" : "stream");
+    ErrorLines errors;
+    RecordingMesh mesh;
+    mesh.set_vCoords({Vector3f(9, 9, 9)});
+    IORet r;
+    if (reader == 0) {
+      r = read_obj_in_memory(bytes_of(c.text), mesh);
+    } else {
+      std::istringstream in(c.text);
+      r = parse_obj_by_extraction(in, mesh);
+    }
+    EXPECT_EQ(r, IORET_OK);
+    EXPECT_EQ(mesh.get_vCoords(), c.vertices);
+    EXPECT_EQ(faces_of(mesh), c.faces);
+    EXPECT_EQ(static_cast<int>(errors.lines().size()), c.dropped_lines);
+    EXPECT_NE(mesh.calls.find("clear,set_vCoords("), std::string::npos);
+  }
+}
+
+const std::vector<Vector3f> kTri = {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)};
+const std::vector<Vector3f> kQuad = {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(1, 1, 0),
+                                     Vector3f(0, 1, 0)};
+const std::string kTriText = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+const std::string kQuadText = kTriText.substr(0, 16) + "v 1 1 0\nv 0 1 0\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Format, ObjTextTest,
+    ::testing::Values(
+        ObjCase{"only_spaces", " \n\t\r\n", {}, {}, 0},
+        ObjCase{"triangle", kTriText + "f 1 2 3\n", kTri, {BaseTriFace(0, 1, 2)}, 0},
+        ObjCase{"no_final_newline", kTriText + "f 1 2 3", kTri, {BaseTriFace(0, 1, 2)}, 0},
+        ObjCase{"quad_fan",
+                kQuadText + "f 1 2 3 4\n",
+                kQuad,
+                {BaseTriFace(0, 1, 2), BaseTriFace(0, 2, 3)},
+                0},
+        ObjCase{"slashes", kTriText + "f 1/7/9 2//8 3/1\n", kTri, {BaseTriFace(0, 1, 2)}, 0},
+        ObjCase{"tabs_and_runs", kTriText + "f\t1 \t 2\t\t3   \n", kTri, {BaseTriFace(0, 1, 2)}, 0},
+        ObjCase{"negative_after_three", kTriText + "f -3 -2 -1\n", kTri, {BaseTriFace(0, 1, 2)}, 0},
+        ObjCase{"negative_counts_from_vertices_so_far",
+                kTriText + "f -3 -2 -1\nv 5 5 5\nv 6 6 6\nf -3 -2 -1\n",
+                {kTri[0], kTri[1], kTri[2], Vector3f(5, 5, 5), Vector3f(6, 6, 6)},
+                {BaseTriFace(0, 1, 2), BaseTriFace(2, 3, 4)},
+                0},
+        ObjCase{"faces_before_vertices", "f 1 2 3\n" + kTriText, kTri, {BaseTriFace(0, 1, 2)}, 0},
+        ObjCase{"windows_line_ends",
+                "v 0 0 0\r\nv 1 0 0\r\nv 0 1 0\r\nf 1 2 3\r\n",
+                kTri,
+                {BaseTriFace(0, 1, 2)},
+                0},
+        ObjCase{"carriage_return_ends_numbers",
+                kQuadText + "f 1 2 3\r 4\n",
+                kQuad,
+                {BaseTriFace(0, 1, 2)},
+                0},
+        ObjCase{"two_indices_and_none", kTriText + "f 1 2\nf\nf \n", kTri, {}, 0},
+        ObjCase{"dropped_lines",
+                "# comment 1 2 3\no thing\ng group\ns 1\nusemtl red\nmtllib a.mtl\n" + kTriText +
+                    "vt 0.5 0.5\nvn 0 0 1\nf 1 2 3\n",
+                kTri,
+                {BaseTriFace(0, 1, 2)},
+                0},
+        ObjCase{"keywords_are_case_sensitive", kTriText + "F 1 2 3\nV 1 1 1\n", kTri, {}, 0},
+        ObjCase{"word_in_vertex_ends_parse",
+                "v 1 2 3\nv 4 x 6\nv 7 8 9\n",
+                {Vector3f(1, 2, 3), Vector3f(4, 0, 0)},
+                {},
+                0},
+        ObjCase{
+            "vertex_at_end_of_text", "v 1 2 3\nv", {Vector3f(1, 2, 3), Vector3f(0, 0, 0)}, {}, 0},
+        ObjCase{"numbers_in_all_forms",
+                "v +1.5 -.25 1e2\nv 2.E-1 0007 -0\n",
+                {Vector3f(1.5f, -0.25f, 100), Vector3f(0.2f, 7, -0.0f)},
+                {},
+                0},
+        ObjCase{"overflow_ends_parse",
+                "v 1 1e39 3\nv 1 1 1\n",
+                {Vector3f(1, std::numeric_limits<float>::max(), 0)},
+                {},
+                0},
+        ObjCase{"rest_of_vertex_line_is_read_as_words",
+                "v 0 0 0 v 1 0 0 v 0 1 0 f 1 2 3\n",
+                kTri,
+                {BaseTriFace(0, 1, 2)},
+                0},
+        ObjCase{"corner_past_the_vertices_is_dropped",
+                kTriText + "f 1 2 3\nf 1 2 4\nf 1 2 9 3\n",
+                kTri,
+                {BaseTriFace(0, 1, 2)},
+                1},
+        ObjCase{"zero_and_garbage_indices_are_dropped",
+                kTriText + "f 0 1 2\nf a 2 3\nf -4 1 2\n",
+                kTri,
+                {},
+                1},
+        ObjCase{"long_token_is_cut_to_nine_characters",
+                kTriText + "f 1 2 0000000037777\nf 1 2 3000000000000\n",
+                kTri,
+                {BaseTriFace(0, 1, 2)},
+                1},
+        ObjCase{"long_word_is_cut",
+                std::string(300, 'v') + " 1 2 3\n" + kTriText + "f 1 2 3\n",
+                kTri,
+                {BaseTriFace(0, 1, 2)},
+                0},
+        ObjCase{"overlong_face_line_keeps_its_corners_and_ends_parse",
+                kQuadText + "f 1 2 3" + std::string(5000, ' ') + "4\nf 1 2 3\n",
+                kQuad,
+                {BaseTriFace(0, 1, 2)},
+                0},
+        ObjCase{"line_of_4094_characters_is_read_whole",
+                kQuadText + "f 1 2 3" + std::string(4094 - 6, ' ') + "\nf 1 3 4\n",
+                kQuad,
+                {BaseTriFace(0, 1, 2), BaseTriFace(0, 2, 3)},
+                0},
+        ObjCase{"line_of_4095_characters_ends_parse",
+                kQuadText + "f 1 2 3" + std::string(4095 - 6, ' ') + "\nf 1 3 4\n",
+                kQuad,
+                {BaseTriFace(0, 1, 2)},
+                0},
+        ObjCase{"zero_byte_ends_face_line",
+                kQuadText + std::string("f 1 2 3\0 4\nf 1 2 4", 18),
+                kQuad,
+                {BaseTriFace(0, 1, 2), BaseTriFace(0, 1, 3)},
+                0}),
+    [](const ::testing::TestParamInfo<ObjCase>& info) { return std::string(info.param.name); });
+
+TEST(ObjReader, EmptyStreamCallsTheOperationsWithEmptyLists) {
+  RecordingMesh mesh;
+  std::istringstream in("");
+  EXPECT_EQ(parse_obj(in, mesh), IORET_OK);
+  EXPECT_EQ(mesh.calls, "clear,set_vCoords(0),set_faces(0),");
+}
+
+TEST(ObjReader, EmptyBufferIsSix) {
+  RecordingMesh mesh;
+  mesh.set_vCoords({Vector3f(1, 1, 1)});
+  mesh.calls.clear();
+  EXPECT_EQ(read_obj_in_memory({}, mesh), IORET_EMPTY_DATA);
+  EXPECT_EQ(mesh.calls, "");
+  EXPECT_EQ(mesh.get_vn(), 1u);
+}
+
+TEST(ObjReader, DroppedFacesAreCountedInOneLine) {
+  ErrorLines errors;
+  BaseTriMesh mesh;
+  read_obj_in_memory(bytes_of(kTriText + "f 1 2 4\nf 5 6 7 8\nf 1 2 3\n"), mesh);
+  ASSERT_EQ(errors.lines().size(), 1u);
+  EXPECT_NE(errors.lines()[0].find(" 3 "), std::string::npos) << errors.lines()[0];
+  EXPECT_EQ(mesh.get_fn(), 1u);
+}
+
+TEST(ObjReader, FileReader) {
+  const std::string path =
+      mesh_test::write_file("windows.obj",
+                            "# made by hand\r\nv 0 0 0\r\nv 1 0 0\r\nv 1 1 0\r\nv 0 1 0\r\n"
+                            "vn 0 0 1\r\nf 1//1 2//1 3//1 4//1\r\nf -4 -3 -1\r\n");
+  BaseTriMesh mesh;
+  EXPECT_EQ(read_obj_file(path, mesh), IORET_OK);
+  EXPECT_EQ(mesh.get_vCoords(), kQuad);
+  EXPECT_EQ(faces_of(mesh), (std::vector<BaseTriFace>{BaseTriFace(0, 1, 2), BaseTriFace(0, 2, 3),
+                                                      BaseTriFace(0, 1, 3)}));
+  EXPECT_EQ(mesh.get_fNrv(0), Vector3f(0, 0, 1));
+}
+
+TEST(ObjReader, MissingFileIsTwoWithItsLine) {
+  ErrorLines errors;
+  BaseTriMesh mesh;
+  const std::string path = mesh_test::temp_path("does_not_exist.obj");
+  EXPECT_EQ(read_obj_file(path, mesh), IORET_FILE_NOT_FOUND);
+  ASSERT_EQ(errors.lines().size(), 1u);
+  EXPECT_EQ(errors.lines()[0], "file " + path + " not exist!");
+}
+
+TEST(ObjReader, MemoryStreamEndsWhereTheExtractionsEnd) {
+  // The in-place scan leaves a memory stream in the state and at the position that the
+  // word-by-word reading leaves it.
+  for (const std::string& t :
+       {std::string("v 1 2 3\nf 1 1 1\nv 4 5"), std::string("v 1 2 3\nv 4 5 6\n"),
+        std::string("v 1 2 3 junk\nv x"), std::string("f 1 2 3" + std::string(5000, '1')),
+        std::string("v 1 2 3e")}) {
+    SCOPED_TRACE(t.substr(0, 40));
+    std::istringstream reference(t);
+    BaseTriMesh a, b;
+    parse_obj_by_extraction(reference, a);
+    boost::interprocess::basic_ibufferstream<char> in(t.data(), t.size());
+    static_cast<std::istream&>(in).imbue(std::locale::classic());
+    EXPECT_EQ(parse_obj(in, b), IORET_OK);
+    EXPECT_EQ(a.get_vCoords(), b.get_vCoords());
+    EXPECT_EQ(in.rdstate(), reference.rdstate());
+    in.clear();
+    reference.clear();
+    EXPECT_EQ(static_cast<long>(in.tellg()), static_cast<long>(reference.tellg()));
+  }
+}
+
+}  // namespace
+}  // namespace Quorvex
