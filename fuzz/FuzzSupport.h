@@ -47,7 +47,11 @@ inline const std::string& scratch_dir() {
   static const std::string dir = [] {
     std::string d = "/tmp/qxfuzz-" + std::to_string(static_cast<long>(getpid()));
     std::string cmd = "mkdir -p " + d;
-    if (std::system(cmd.c_str()) != 0) d = "/tmp";
+    if (std::system(cmd.c_str()) != 0) return std::string("/tmp");
+    std::atexit([] {
+      const std::string rm = "rm -rf /tmp/qxfuzz-" + std::to_string(static_cast<long>(getpid()));
+      if (std::system(rm.c_str()) != 0) std::fputs("could not remove the scratch folder\n", stderr);
+    });
     return d;
   }();
   return dir;
