@@ -138,13 +138,24 @@ int WriteAble::seek(std::int64_t position) {
   return adapter_.get() ? adapter_.get()->seek(position) : -1;
 }
 
+std::int64_t bytes_left(ReadAble& in) {
+  // Asking the size of a stream that cannot seek would put it into a failed state.
+  const std::int64_t here = in.tell();
+  if (here < 0) return -1;
+  const std::int64_t end = in.size();
+  return end >= here ? end - here : -1;
+}
+
 ReadAble operator>>(ReadAble in, std::vector<Point2>& v) {
   v.clear();
   std::int32_t n = 0;
   in.read(reinterpret_cast<char*>(&n), sizeof(n));
   if (n > 0) {
-    v.resize(static_cast<std::size_t>(n));
-    in.read(reinterpret_cast<char*>(v.data()), v.size() * sizeof(Point2));
+    v.resize(
+        read_block_bounded(in, static_cast<std::size_t>(n), sizeof(Point2), [&](std::size_t k) {
+          v.resize(k);
+          return reinterpret_cast<char*>(v.data());
+        }));
   }
   return in;
 }

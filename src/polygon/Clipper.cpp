@@ -197,6 +197,11 @@ RetVal Clipper::execute(ClipType clip_type, PolyFillType subject_fill, PolyFillT
     engine.Execute(to_engine(clip_type), *fixed_result, to_engine(subject_fill),
                    to_engine(clip_fill));
   } else {
+    // polyclipping 6.4.2 follows a null edge in ProcessHorizontal when it sweeps open
+    // paths with strict simplicity on (open paths along a horizontal that meet the clip's
+    // vertices suffice). Strict simplicity shapes closed output only, which an open subject
+    // yields just for union and xor: those closed loops may touch themselves at a vertex.
+    engine.StrictlySimple(false);
     engine.AddPaths(*fixed_subject, ClipperLib::ptSubject, false);
     // The engine leaves its tree alone when its sweep fails, and a rerun frees the engine
     // nodes the list points at: start both empty so neither old contours nor dangling

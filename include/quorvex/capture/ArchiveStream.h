@@ -219,11 +219,32 @@ class QX_EXPORT WriteAble : public WriteAbleInterface {
 
 // Bulk point vector: an i32 count, then the points as one block. A count of 0 or less
 // stands alone. Reading resizes to the stored count and reads the block in one call;
-// points the stream does not deliver stay at (0, 0).
+// points the stream does not deliver stay at (0, 0), unless they would take more than
+// kMaxUndeliveredBytes: such a count is damage, not a short tail, and the vector keeps only
+// the points the stream holds (read_block_bounded).
 QX_EXPORT ReadAble operator>>(ReadAble in, std::vector<Point2>& v);
 QX_EXPORT WriteAble operator<<(WriteAble out, const std::vector<Point2>& v);
 
 // ---- Primitive encodings used inside the library's archives (header-only, not exported).
+// Undelivered bytes a block read may still stand for by padding. A stored count is only a
+// promise: a damaged or hostile stream can promise gigabytes in four bytes, and a reader
+// must not allocate on its word alone.
+constexpr std::size_t kMaxUndeliveredBytes = std::size_t{1} << 20;
+
+// Bytes left behind the position of `in`, or -1 when the stream cannot tell (not seekable,
+// or already failed).
+QX_EXPORT std::int64_t bytes_left(ReadAble& in);
+
+// Reads `count` elements of `elem_size` bytes into storage that `grow(k)` makes room for
+// (k elements in all, new ones set to the caller's fill value, returning the start of the
+// storage),
+// and gives the number of elements the caller keeps. When the stream holds the whole block,
+// or lacks at most kMaxUndeliveredBytes of it, that is `count`, and what the stream does not
+// deliver keeps the fill value. Beyond that only the elements the stream holds are kept
+// (for a stream that cannot tell its size: the complete chunks it delivered), and the
+// stream is left at its end with its failure flags set.
+template <class Grow>
+std::size_t read_block_bounded(ReadAble& in, std::size_t count, std::size_t elem_size, Grow grow);
 
 // Above this many points the element-wise encoding keeps only the count.
 constexpr std::int32_t kCompactPointLimit = 1000;
@@ -253,14 +274,17 @@ inline WriteAble operator<<(WriteAble out, const std::string& s) {
   return out;
 }
 
-// Bytes the stream does not deliver stay newlines.
+// Bytes the stream does not deliver stay newlines, within the bound of read_block_bounded.
 inline ReadAble operator>>(ReadAble in, std::string& s) {
   s.clear();
   std::int32_t n = 0;
   in.read(reinterpret_cast<char*>(&n), sizeof(n));
   if (n <= 0) return in;
-  std::string tmp(static_cast<std::size_t>(n), '\n');
-  in.read(&tmp[0], tmp.size());
+  std::string tmp;
+  tmp.resize(read_block_bounded(in, static_cast<std::size_t>(n), 1, [&](std::size_t k) {
+    tmp.resize(k, '\n');
+    return &tmp[0];
+  }));
   s = std::move(tmp);
   return in;
 }
@@ -299,6 +323,42 @@ inline ReadAble read_point_vector_compact(ReadAble in, std::vector<Point2>& v) {
   if (n > kCompactPointLimit) return in;
   for (Point2& p : v) in.read(reinterpret_cast<char*>(&p), sizeof(Point2));
   return in;
+}
+
+template <class Grow>
+std::size_t read_block_bounded(ReadAble& in, std::size_t count, std::size_t elem_size, Grow grow) {
+  if (count == 0) return 0;
+  const std::int64_t left = bytes_left(in);
+  const std::size_t slack = kMaxUndeliveredBytes / elem_size;
+  if (left >= 0) {
+    const std::size_t held = static_cast<std::size_t>(left) / elem_size;
+    if (count <= held || count - held <= slack) {
+      in.read(grow(count), count * elem_size);
+      return count;
+    }
+    if (held > 0) in.read(grow(held), held * elem_size);
+    char scratch[16];
+    in.read(scratch, static_cast<std::size_t>(left) - held * elem_size + 1);  // sets the flags
+    return held;
+  }
+  // Unknown size: chunks that double, each read only after the one before arrived whole.
+  std::size_t done = 0;
+  std::size_t chunk = slack > 0 ? slack : 1;
+  while (done < count) {
+    const std::size_t n = chunk < count - done ? chunk : count - done;
+    char* base = grow(done + n);
+    in.read(base + done * elem_size, n * elem_size);
+    if (in.has_failed()) {
+      if (count - done <= slack) {
+        grow(count);
+        return count;
+      }
+      return done;
+    }
+    done += n;
+    chunk *= 2;
+  }
+  return count;
 }
 
 }  // namespace Quorvex

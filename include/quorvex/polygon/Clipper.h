@@ -49,7 +49,8 @@ class QX_EXPORT Clipper {
   RetVal get_result(std::vector<std::shared_ptr<Point2Vector>>& out, bool from_paths);
 
   // Boolean of the two sets into fixed_result; with closed_subject false the subject is
-  // clipped as open polylines into the tree instead.
+  // clipped as open polylines into the tree instead, without strict simplicity (the engine
+  // cannot sweep open paths with it).
   RetVal execute(ClipType clip_type, PolyFillType subject_fill, PolyFillType clip_fill,
                  int init_options, bool closed_subject);
   // Boolean of the two sets into the caller's tree. An empty result is RETVAL_FAILED and
