@@ -9,6 +9,10 @@ WERROR      ?= OFF
 JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
+# Compiler-cache entries keyed on paths relative to the checkout, so that every clone of
+# the project shares them.
+export CCACHE_BASEDIR := $(CURDIR)
+
 .PHONY: all deps configure build test demo install bench fuzz test-sanitize clean
 
 ASAN_DIR    ?= build-asan
