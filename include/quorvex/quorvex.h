@@ -50,6 +50,8 @@
 
 // quorvexCommon: planeGeometry
 #include "quorvex/planeGeometry/BoundaryTransform.h"
+#include "quorvex/planeGeometry/DynamicTree.h"
+#include "quorvex/planeGeometry/LoopPredicates.h"
 #include "quorvex/planeGeometry/QEMSimp.h"
 #include "quorvex/planeGeometry/SimplifyDP.h"
 #include "quorvex/planeGeometry/SimplifyDistance.h"

@@ -13,7 +13,10 @@ constexpr int kExitUsage = 2;    // the command line itself was wrong
 
 void print_usage(std::ostream& out);
 
-// Each command takes the arguments after its name.
+// Each command takes the arguments after its name and returns the exit status.
 int run_demo(const std::vector<std::string>& args);
+int run_slice(const std::vector<std::string>& args);
+int run_gcode(const std::vector<std::string>& args);
+int run_info(const std::vector<std::string>& args);
 
 }  // namespace QuorvexTool

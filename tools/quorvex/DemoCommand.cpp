@@ -1,12 +1,16 @@
 #include <cstddef>
 #include <filesystem>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>
 #include <vector>
 
+#include "CliSupport.h"
 #include "Commands.h"
+#include "LayerPipeline.h"
+#include "PreviewWriters.h"
 #include "quorvex/quorvex.h"
 
 namespace QuorvexTool {
@@ -39,6 +43,13 @@ GCodeCounts count_gcode(const std::vector<std::string>& texts) {
   }
   return counts;
 }
+
+bool write_or_complain(const std::string& path, const std::string& bytes) {
+  std::string error;
+  if (write_file_atomically(path, bytes, error)) return true;
+  std::cerr << "quorvex: cannot write '" << path << "': " << error << "\n";
+  return false;
+}
 }  // namespace
 
 int run_demo(const std::vector<std::string>& args) {
@@ -64,29 +75,71 @@ int run_demo(const std::vector<std::string>& args) {
     return kExitFailure;
   }
 
+  // The built-in model's loops, without the repeated closing point, go through the
+  // same chain as every slice of a mesh.
   Quorvex::Entity entity;
   Quorvex::QuorvexPrintModel::get_quorvex_entity(entity);
+  const auto source = entity.get_layer(0);
+  std::vector<Quorvex::Point2Vector> loops;
+  for (const auto& path : source->get_boundary_paths()) {
+    Quorvex::Point2Vector loop = *path->get_points();
+    if (loop.size() > 1 && loop.front().x == loop.back().x && loop.front().y == loop.back().y) {
+      loop.pop_back();
+    }
+    loops.push_back(std::move(loop));
+  }
+  LayerSettings settings;
+  settings.line_width = 0.2f;
+  settings.shells = 2;
+  settings.infill_spacing = 0.4f;
+  settings.infill_angle = 45.0f;
+  LayerReport report;
+  auto layer = build_layer(loops, settings, source->get_z(), source->get_thickness(),
+                           source->get_id(), &report);
+  entity.set_layer(layer, 0);
+  std::vector<std::vector<std::shared_ptr<Quorvex::Point2Vector>>> last_points;
+  layer->get_last_points(last_points);
 
-  const std::vector<Quorvex::StructureType> sequence = {Quorvex::STRUCTURE_BOUNDARY};
-  Quorvex::GCode gcode(4, sequence);
+  const std::filesystem::path dir(out_dir);
+  const std::string gcode_path = (dir / "demo.gcode").string();
+  const std::string archive_path = (dir / "demo.qxm").string();
+  const std::string ply_path = (dir / "demo.ply").string();
+  const std::string svg_path = (dir / "demo.svg").string();
+
+  Quorvex::GCode gcode(4, {Quorvex::STRUCTURE_BOUNDARY, Quorvex::STRUCTURE_EXTRA_SHELL,
+                           Quorvex::STRUCTURE_FILL});
+  gcode.set_assign_colour(true);
   gcode.get_gcode_from_entity(entity);
-  const std::string gcode_path = (std::filesystem::path(out_dir) / "demo.gcode").string();
-  if (Quorvex::write_common_file(gcode_path, gcode.get_outputs()) != Quorvex::RETVAL_OK) {
-    std::cerr << "quorvex: cannot write '" << gcode_path << "'\n";
+  std::string error;
+  if (!write_file_atomically(gcode_path, gcode.get_outputs(), error)) {
+    std::cerr << "quorvex: cannot write '" << gcode_path << "': " << error << "\n";
+    return kExitFailure;
+  }
+  std::ostringstream archive;
+  archive << entity;
+  if (!write_or_complain(archive_path, archive.str())) return kExitFailure;
+  Quorvex::BaseTriMesh mesh;
+  Quorvex::convert_entity_to_baseTriMesh_with_color(entity, mesh, settings.line_width, 0.0f);
+  const auto ply = mesh_to_ply(mesh);
+  if (!write_or_complain(ply_path, std::string(ply.begin(), ply.end()))) return kExitFailure;
+  const ViewBox box = layers_view_box({layer.get()});
+  if (!write_or_complain(svg_path, layer_to_svg(*layer, box, "quorvex demo, layer 1", true))) {
     return kExitFailure;
   }
 
-  std::size_t paths = 0;
-  for (std::size_t i = 0; i < entity.get_layer_size(); ++i) {
-    paths += entity.get_layer(i)->get_boundary_path_size();
-  }
   const GCodeCounts counts = count_gcode(gcode.get_outputs());
   std::cout << "quorvex demo: built-in model\n"
-            << "  layers      " << entity.get_layer_size() << "\n"
-            << "  paths       " << paths << "\n"
-            << "  move lines  " << counts.moves << " (+" << counts.travels << " travels)\n"
-            << "  bytes       " << counts.bytes << "\n"
-            << "  G-code      " << gcode_path << "\n";
+            << "  regions       " << report.regions << " (" << last_points.size()
+            << " with innermost loops)\n"
+            << "  paths         " << layer->get_boundary_path_size() << " boundary, "
+            << layer->get_extraShell_path_size() << " extra shell, "
+            << layer->get_fill_path_size() << " fill\n"
+            << "  move lines    " << counts.moves << " (+" << counts.travels << " travels)\n"
+            << "  G-code        " << gcode_path << " (" << counts.bytes << " bytes)\n"
+            << "  archive       " << archive_path << "\n"
+            << "  preview mesh  " << ply_path << " (" << mesh.get_vn() << " vertices, "
+            << mesh.get_fn() << " faces)\n"
+            << "  picture       " << svg_path << "\n";
   return kExitOk;
 }
 

@@ -1,0 +1,427 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "quorvex/baseType/Entity.h"
+#include "quorvex/baseType/Layer.h"
+
+namespace Quorvex {
+namespace {
+
+using LayerPtr = std::shared_ptr<Layer>;
+using EntityPtr = std::shared_ptr<Entity>;
+using PathPtrList = std::vector<std::shared_ptr<Path>>;
+
+std::shared_ptr<Path> path_with(int id, PathType type = PATH_TYPE_NONE,
+                                Point2 start = Point2(0, 0)) {
+  auto p = std::make_shared<Path>();
+  p->set_id(id);
+  p->set_type(type);
+  p->set_points(std::make_shared<Point2Vector>(Point2Vector{start, {start.x + 1, start.y}}));
+  return p;
+}
+
+std::shared_ptr<Path> square(PathType type, float x0, float y0, float x1, float y1) {
+  auto p = std::make_shared<Path>();
+  p->set_type(type);
+  p->set_points(std::make_shared<Point2Vector>(
+      type == PATH_TYPE_INNER ? Point2Vector{{x0, y0}, {x0, y1}, {x1, y1}, {x1, y0}}
+                              : Point2Vector{{x0, y0}, {x1, y0}, {x1, y1}, {x0, y1}}));
+  return p;
+}
+
+LayerPtr layer_at(float z, float thickness = 0.1f) {
+  auto l = std::make_shared<Layer>();
+  l->set_z(z);
+  l->set_thickness(thickness);
+  return l;
+}
+
+EntityPtr entity_with(const std::vector<float>& zs, CraftType craft = CRAFT_TYPE_DEFAULT,
+                      float platform = 0.0f) {
+  auto e = std::make_shared<Entity>();
+  e->set_craft_type(craft);
+  e->set_platform_height(platform);
+  for (float z : zs) e->add_layer(layer_at(z));
+  return e;
+}
+
+// The eight lists in the order the merge walks them.
+std::vector<std::function<PathPtrList&(Layer&)>> all_lists() {
+  return {[](Layer& l) -> PathPtrList& { return l.get_boundary_paths(); },
+          [](Layer& l) -> PathPtrList& { return l.get_extraShell_paths(); },
+          [](Layer& l) -> PathPtrList& { return l.get_fill_paths(); },
+          [](Layer& l) -> PathPtrList& { return l.get_thinWalledFill_paths(); },
+          [](Layer& l) -> PathPtrList& { return l.get_sharpAngle_paths(); },
+          [](Layer& l) -> PathPtrList& { return l.get_support_paths(); },
+          [](Layer& l) -> PathPtrList& { return l.get_raft_paths(); },
+          [](Layer& l) -> PathPtrList& { return l.get_small_region_paths(); }};
+}
+
+std::vector<int> ids_of(const PathPtrList& list) {
+  std::vector<int> ids;
+  for (const auto& p : list) ids.push_back(p->get_id());
+  return ids;
+}
+
+// ---- merge_layers ----
+
+TEST(MergeLayersTest, PacksIdsPerSourceBehindARunningOffset) {
+  auto first = layer_at(0.2f, 0.15f);
+  first->add_boundary_path(path_with(7));
+  first->add_boundary_path(path_with(4));
+  first->add_boundary_path(path_with(-1));
+  first->add_fill_path(path_with(7));
+  first->add_fill_path(path_with(4));
+  auto second = layer_at(0.3f, 0.3f);
+  second->add_boundary_path(path_with(1));
+  second->add_fill_path(path_with(1));
+
+  auto result = std::make_shared<Layer>();
+  ASSERT_EQ(Layer::merge_layers({first, second}, result, 12), RETVAL_OK);
+  EXPECT_EQ(result->get_id(), 12);
+  EXPECT_FLOAT_EQ(result->get_z(), 0.2f);
+  EXPECT_FLOAT_EQ(result->get_thickness(), 0.15f);
+  EXPECT_EQ(ids_of(result->get_boundary_paths()), (std::vector<int>{1, 0, -1, 2}));
+  EXPECT_EQ(ids_of(result->get_fill_paths()), (std::vector<int>{1, 0, 2}));
+}
+
+TEST(MergeLayersTest, UnknownIdLandsOnTheOffsetAndWidensIt) {
+  auto first = layer_at(0.2f);
+  first->add_boundary_path(path_with(4));
+  first->add_boundary_path(path_with(7));
+  first->add_fill_path(path_with(9));  // no boundary path bears 9
+  auto second = layer_at(0.2f);
+  second->add_boundary_path(path_with(0));
+  auto third = layer_at(0.2f);
+  third->add_boundary_path(path_with(5));
+
+  auto result = std::make_shared<Layer>();
+  Layer::merge_layers({first, second, third}, result, 0);
+  EXPECT_EQ(ids_of(result->get_fill_paths()), std::vector<int>{0});
+  // 9 entered the first map, so the second source starts at 3 rather than 2.
+  EXPECT_EQ(ids_of(result->get_boundary_paths()), (std::vector<int>{0, 1, 3, 4}));
+}
+
+TEST(MergeLayersTest, EveryListGoesToItsOwnKindWithMinusOneKept) {
+  auto src = layer_at(1.0f);
+  const auto lists = all_lists();
+  for (size_t k = 0; k < lists.size(); ++k) {
+    lists[k](*src).push_back(
+        path_with(k == 0 ? 3 : -1, PATH_TYPE_NONE, Point2(static_cast<float>(k), 0)));
+    lists[k](*src).push_back(path_with(-1));
+  }
+  auto result = std::make_shared<Layer>();
+  Layer::merge_layers({src}, result, 0);
+  for (size_t k = 0; k < lists.size(); ++k) {
+    const PathPtrList& merged = lists[k](*result);
+    ASSERT_EQ(merged.size(), 2u) << "list " << k;
+    EXPECT_EQ(merged[0]->get_points(), lists[k](*src)[0]->get_points()) << "list " << k;
+    EXPECT_EQ(merged[0]->get_id(), k == 0 ? 0 : -1) << "list " << k;
+    EXPECT_EQ(merged[1]->get_id(), -1) << "list " << k;
+  }
+}
+
+TEST(MergeLayersTest, CopiesShareGeometryButNotIds) {
+  auto src = layer_at(0.5f);
+  auto p = path_with(5);
+  src->add_boundary_path(p);
+  auto result = std::make_shared<Layer>();
+  Layer::merge_layers({src}, result, 0);
+  auto merged = result->get_boundary_path(0);
+  EXPECT_NE(merged, p);
+  merged->get_point(0) = Point2(42, 43);
+  EXPECT_EQ(p->get_point(0).x, 42);
+  merged->set_id(100);
+  EXPECT_EQ(p->get_id(), 5);
+}
+
+TEST(MergeLayersTest, ResultKeepsSmallRegionsFlagsAndOffsets) {
+  auto src = layer_at(0.5f);
+  src->add_small_region_path(path_with(-1));
+  src->set_extraShell_offsets({0.4f});
+  auto result = std::make_shared<Layer>();
+  auto kept_small = path_with(-1);
+  result->add_small_region_path(kept_small);
+  for (const auto& list : all_lists()) {
+    if (&list(*result) != &result->get_small_region_paths()) list(*result).push_back(path_with(8));
+  }
+  result->set_flags(1);
+  result->set_extraShell_offsets({1.0f, 2.0f});
+  Layer::merge_layers({src}, result, 3);
+  ASSERT_EQ(result->get_small_region_path_size(), 2u);
+  EXPECT_EQ(result->get_small_region_path(0), kept_small);
+  EXPECT_EQ(result->get_boundary_path_size(), 0u);
+  EXPECT_EQ(result->get_extraShell_path_size(), 0u);
+  EXPECT_EQ(result->get_fill_path_size(), 0u);
+  EXPECT_EQ(result->get_thinWalledFill_path_size(), 0u);
+  EXPECT_EQ(result->get_sharpAngle_path_size(), 0u);
+  EXPECT_EQ(result->get_support_path_size(), 0u);
+  EXPECT_EQ(result->get_raft_path_size(), 0u);
+  EXPECT_TRUE(result->is_region_numbered());
+  EXPECT_EQ(result->get_extraShell_offsets(), (std::vector<float>{1.0f, 2.0f}));
+}
+
+TEST(MergeLayersTest, EmptyResultHandleStillSucceeds) {
+  auto src = layer_at(0.5f);
+  src->add_fill_path(path_with(2));
+  EXPECT_EQ(Layer::merge_layers({src}, nullptr, 0), RETVAL_OK);
+  EXPECT_EQ(src->get_fill_path(0)->get_id(), 2);
+}
+
+TEST(MergeLayersTest, ResultThatIsAlsoASourceIsReadWhole) {
+  auto a = layer_at(0.5f);
+  a->add_boundary_path(path_with(6));
+  a->add_fill_path(path_with(6));
+  auto b = layer_at(0.5f);
+  b->add_boundary_path(path_with(2));
+  Layer::merge_layers({a, b}, a, 0);
+  EXPECT_EQ(ids_of(a->get_boundary_paths()), (std::vector<int>{0, 1}));
+  EXPECT_EQ(ids_of(a->get_fill_paths()), std::vector<int>{0});
+}
+
+// A numbered layer with nested outer loops (in either list order), a hole, a path on a
+// loop edge and a stray: its region numbers, then the stray's, feed the id map.
+LayerPtr numbered_nested_layer(bool small_first) {
+  auto l = layer_at(0.2f);
+  auto big = square(PATH_TYPE_OUTER, 0, 0, 10, 10);
+  auto small = square(PATH_TYPE_OUTER, 4, 4, 6, 6);
+  if (small_first) l->add_boundary_path(small);
+  l->add_boundary_path(big);
+  if (!small_first) l->add_boundary_path(small);
+  l->add_boundary_path(square(PATH_TYPE_INNER, 2, 2, 8, 8));
+  l->add_fill_path(path_with(-1, PATH_TYPE_FILL_SEGMENTS_0, {5, 5}));
+  l->add_fill_path(path_with(-1, PATH_TYPE_FILL_SEGMENTS_0, {0, 5}));    // on the big loop
+  l->add_fill_path(path_with(-1, PATH_TYPE_FILL_SEGMENTS_0, {50, 50}));  // stray
+  l->number_region();
+  return l;
+}
+
+class MergeNumberedTest : public ::testing::TestWithParam<bool> {};
+
+TEST_P(MergeNumberedTest, RegionsOfSourcesStayApart) {
+  const bool small_first = GetParam();
+  auto a = numbered_nested_layer(small_first);
+  auto b = numbered_nested_layer(!small_first);
+  const int big_a = a->get_boundary_path(small_first ? 1 : 0)->get_id();
+  const int small_a = 1 - big_a;
+  ASSERT_EQ(ids_of(a->get_fill_paths()), (std::vector<int>{small_a, big_a, 2}));
+
+  auto result = std::make_shared<Layer>();
+  Layer::merge_layers({a, b}, result, 0);
+  // Boundary ids 0 and 1 pack onto themselves; the stray's 2 is no boundary id, so it
+  // falls onto the offset 0 and enters the map, and the second source starts at 3.
+  const std::vector<int> fills = ids_of(result->get_fill_paths());
+  ASSERT_EQ(fills.size(), 6u);
+  EXPECT_EQ(fills[0], small_a);
+  EXPECT_EQ(fills[1], big_a);
+  EXPECT_EQ(fills[2], 0);
+  EXPECT_EQ(fills[3], 3 + (1 - small_a));
+  EXPECT_EQ(fills[4], 3 + (1 - big_a));
+  EXPECT_EQ(fills[5], 3);
+  const std::vector<int> bounds = ids_of(result->get_boundary_paths());
+  ASSERT_EQ(bounds.size(), 6u);
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(bounds[static_cast<size_t>(i)],
+              a->get_boundary_path(static_cast<size_t>(i))->get_id());
+  for (int i = 3; i < 6; ++i) {
+    EXPECT_EQ(bounds[static_cast<size_t>(i)],
+              3 + b->get_boundary_path(static_cast<size_t>(i - 3))->get_id());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(BothOrders, MergeNumberedTest, ::testing::Bool());
+
+TEST(MergeLayersTest, ConcurrentMergesDoNotShareTheirOffsets) {
+  // Each merge has its own offset and map: side by side they give what they give alone.
+  std::vector<std::shared_ptr<Layer const>> sources;
+  for (int s = 0; s < 6; ++s) {
+    auto l = layer_at(0.1f);
+    for (int r = 0; r < 4; ++r) l->add_boundary_path(path_with(10 * r + s));
+    for (int r = 0; r < 50; ++r) l->add_fill_path(path_with(10 * (r % 4) + s));
+    sources.push_back(l);
+  }
+  auto expected = std::make_shared<Layer>();
+  Layer::merge_layers(sources, expected, 0);
+  const std::vector<int> want = ids_of(expected->get_fill_paths());
+
+  std::vector<LayerPtr> results(4);
+  std::vector<std::thread> threads;
+  for (auto& r : results) {
+    r = std::make_shared<Layer>();
+    threads.emplace_back([&sources, r] {
+      for (int round = 0; round < 200; ++round) Layer::merge_layers(sources, r, round);
+    });
+  }
+  for (auto& t : threads) t.join();
+  for (const auto& r : results) EXPECT_EQ(ids_of(r->get_fill_paths()), want);
+}
+
+// ---- merge_entities: refusals ----
+
+struct RefusalCase {
+  std::string name;
+  std::function<std::vector<std::shared_ptr<Entity const>>()> sources;
+};
+
+void PrintTo(const RefusalCase& c, std::ostream* os) { *os << c.name; }
+
+class MergeRefusalTest : public ::testing::TestWithParam<RefusalCase> {};
+
+TEST_P(MergeRefusalTest, RefusesBeforeChangingAnything) {
+  auto result = entity_with({9.0f}, static_cast<CraftType>(5), 77.0f);
+  auto before = result->get_layer(0);
+  EXPECT_EQ(Entity::merge_entities(GetParam().sources(), result), RETVAL_BAD_INPUT);
+  EXPECT_EQ(result->get_layer_size(), 1u);
+  EXPECT_EQ(result->get_layer(0), before);
+  EXPECT_EQ(result->get_craft_type(), static_cast<CraftType>(5));
+  EXPECT_FLOAT_EQ(result->get_platform_height(), 77.0f);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Inputs, MergeRefusalTest,
+    ::testing::Values(
+        RefusalCase{"none", [] { return std::vector<std::shared_ptr<Entity const>>{}; }},
+        RefusalCase{"single",
+                    [] { return std::vector<std::shared_ptr<Entity const>>{entity_with({0.2f})}; }},
+        RefusalCase{"craft_differs",
+                    [] {
+                      return std::vector<std::shared_ptr<Entity const>>{
+                          entity_with({0.2f}), entity_with({0.2f}),
+                          entity_with({0.2f}, static_cast<CraftType>(1))};
+                    }},
+        RefusalCase{"platform_differs",
+                    [] {
+                      return std::vector<std::shared_ptr<Entity const>>{
+                          entity_with({0.2f}, CRAFT_TYPE_DEFAULT, 1.0f),
+                          entity_with({0.2f}, CRAFT_TYPE_DEFAULT, 1.001f)};
+                    }},
+        RefusalCase{"platform_nan",
+                    [] {
+                      return std::vector<std::shared_ptr<Entity const>>{
+                          entity_with({0.2f}, CRAFT_TYPE_DEFAULT, 1.0f),
+                          entity_with({0.2f}, CRAFT_TYPE_DEFAULT, std::nanf(""))};
+                    }},
+        RefusalCase{
+            "empty_entity_handle",
+            [] {
+              return std::vector<std::shared_ptr<Entity const>>{entity_with({0.2f}), nullptr};
+            }},
+        RefusalCase{"empty_layer_handle",
+                    [] {
+                      auto e = entity_with({0.2f});
+                      e->resize_layer_size(2);
+                      return std::vector<std::shared_ptr<Entity const>>{entity_with({0.2f}), e};
+                    }}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(MergeEntitiesTest, EmptyResultHandleIsRefused) {
+  EXPECT_EQ(Entity::merge_entities({entity_with({0.2f}), entity_with({0.2f})}, nullptr),
+            RETVAL_BAD_INPUT);
+}
+
+TEST(MergeEntitiesTest, PlatformHeightsWithinToleranceMerge) {
+  auto result = std::make_shared<Entity>();
+  EXPECT_EQ(Entity::merge_entities({entity_with({0.2f}, static_cast<CraftType>(3), 1.0f),
+                                    entity_with({0.2f}, static_cast<CraftType>(3), 1.000005f)},
+                                   result),
+            RETVAL_OK);
+  EXPECT_EQ(result->get_craft_type(), static_cast<CraftType>(3));
+  EXPECT_FLOAT_EQ(result->get_platform_height(), 1.0f);
+}
+
+// ---- merge_entities: grouping by height ----
+
+struct GroupCase {
+  std::string name;
+  std::vector<std::vector<float>> entities;
+  std::vector<float> merged_z;
+  std::vector<size_t> group_sizes;
+};
+
+void PrintTo(const GroupCase& c, std::ostream* os) { *os << c.name; }
+
+class MergeGroupingTest : public ::testing::TestWithParam<GroupCase> {};
+
+TEST_P(MergeGroupingTest, LayersMeetByHeight) {
+  const GroupCase& c = GetParam();
+  std::vector<std::shared_ptr<Entity const>> sources;
+  for (size_t e = 0; e < c.entities.size(); ++e) {
+    auto ent = entity_with(c.entities[e]);
+    // One boundary path per layer tells which sources a merged layer came from.
+    for (auto& l : ent->get_layers()) l->add_boundary_path(path_with(static_cast<int>(e)));
+    sources.push_back(ent);
+  }
+  auto result = std::make_shared<Entity>();
+  ASSERT_EQ(Entity::merge_entities(sources, result), RETVAL_OK);
+  ASSERT_EQ(result->get_layer_size(), c.merged_z.size());
+  for (size_t i = 0; i < c.merged_z.size(); ++i) {
+    EXPECT_EQ(result->get_layer(i)->get_z(), c.merged_z[i]) << i;
+    EXPECT_EQ(result->get_layer(i)->get_id(), static_cast<int>(i));
+    EXPECT_EQ(result->get_layer(i)->get_boundary_path_size(), c.group_sizes[i]) << i;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Heights, MergeGroupingTest,
+    ::testing::Values(
+        GroupCase{"interleaved", {{0.2f, 0.4f}, {0.2f, 0.3f}}, {0.2f, 0.3f, 0.4f}, {2, 1, 1}},
+        GroupCase{"near_equal_takes_earlier_z", {{0.2f}, {0.200005f}}, {0.2f}, {2}},
+        GroupCase{"near_equal_reversed", {{0.200005f}, {0.2f}}, {0.200005f}, {2}},
+        GroupCase{"apart_beyond_tolerance", {{0.2f}, {0.2001f}}, {0.2f, 0.2001f}, {1, 1}},
+        GroupCase{"one_runs_out",
+                  {{0.1f}, {0.1f, 0.2f, 0.3f}, {0.1f, 0.2f}},
+                  {0.1f, 0.2f, 0.3f},
+                  {3, 2, 1}},
+        GroupCase{"lower_later_entity_goes_first", {{0.5f}, {0.3f}, {0.3f}}, {0.3f, 0.5f}, {2, 1}},
+        GroupCase{"no_layers", {{}, {}}, {}, {}},
+        // Each entity is taken in list order, whatever its heights.
+        GroupCase{"unsorted_source", {{0.4f, 0.1f}, {0.2f}}, {0.2f, 0.4f, 0.1f}, {1, 1, 1}}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(MergeEntitiesTest, MergedIdsFollowTheGroup) {
+  auto a = entity_with({0.2f});
+  a->get_layer(0)->add_boundary_path(path_with(4));
+  a->get_layer(0)->add_boundary_path(path_with(7));
+  a->get_layer(0)->add_fill_path(path_with(7));
+  auto b = entity_with({0.2f});
+  b->get_layer(0)->add_boundary_path(path_with(1));
+  auto result = std::make_shared<Entity>();
+  ASSERT_EQ(Entity::merge_entities({a, b}, result), RETVAL_OK);
+  ASSERT_EQ(result->get_layer_size(), 1u);
+  auto merged = result->get_layer(0);
+  EXPECT_EQ(ids_of(merged->get_boundary_paths()), (std::vector<int>{0, 1, 2}));
+  EXPECT_EQ(ids_of(merged->get_fill_paths()), std::vector<int>{1});
+  EXPECT_TRUE(merged->get_extraShell_offsets().empty());
+  EXPECT_FALSE(merged->is_region_numbered());
+  // Sources keep their own ids.
+  EXPECT_EQ(a->get_layer(0)->get_boundary_path(1)->get_id(), 7);
+}
+
+TEST(MergeEntitiesTest, ExistingLayersOfTheResultStayInFront) {
+  auto result = entity_with({5.0f});
+  auto front = result->get_layer(0);
+  ASSERT_EQ(Entity::merge_entities({entity_with({0.2f}), entity_with({0.3f})}, result), RETVAL_OK);
+  ASSERT_EQ(result->get_layer_size(), 3u);
+  EXPECT_EQ(result->get_layer(0), front);
+  EXPECT_FLOAT_EQ(result->get_layer(1)->get_z(), 0.2f);
+  EXPECT_FLOAT_EQ(result->get_layer(2)->get_z(), 0.3f);
+}
+
+TEST(MergeEntitiesTest, ResultThatIsAlsoASourceEnds) {
+  auto a = entity_with({0.1f, 0.2f});
+  auto b = entity_with({0.1f});
+  ASSERT_EQ(Entity::merge_entities({a, b}, a), RETVAL_OK);
+  // The two source layers, then the two merged ones.
+  ASSERT_EQ(a->get_layer_size(), 4u);
+  EXPECT_FLOAT_EQ(a->get_layer(2)->get_z(), 0.1f);
+  EXPECT_FLOAT_EQ(a->get_layer(3)->get_z(), 0.2f);
+}
+
+}  // namespace
+}  // namespace Quorvex
