@@ -22,7 +22,7 @@ for n in 1000 10000 100000 1000000; do
       "$exe" slice "$model" -o "$out/sphere_${n}_$t.gcode" --threads "$t" --quiet >/dev/null
     read -r wall[$t] rss[$t] < "$out/time_${n}_$t.txt"
   done
-  layers=$(grep -c "^;LAYER" "$out/sphere_${n}_2.gcode" || true)
+  layers=$(grep -c "^(<layer>" "$out/sphere_${n}_2.gcode" || true)
   speedup=$(python3 -c "print('%.2f' % (${wall[1]} / max(${wall[2]}, 1e-3)))")
   echo "| $tris | $layers | ${wall[1]} | ${wall[2]} | ${speedup}x | $(( ${rss[2]} / 1024 )) |"
 done
@@ -32,7 +32,7 @@ done
 # are stored there as they are in memory, 8 bytes each).
 model="$out/sphere_1000000.stl"
 info=$("$exe" info "$model")
-vertices=$(echo "$info" | grep -io "[0-9]* vertices" | grep -o "[0-9]*" | head -1)
+vertices=$(echo "$info" | awk '$1 == "vertices" {print $2}')
 faces=$(( ($(stat -c %s "$model") - 84) / 50 ))
 archive=$(stat -c %s "$out/sphere_1000000_2.qxm")
 rss_kb=$(cut -d' ' -f2 "$out/time_1000000_2.txt")
