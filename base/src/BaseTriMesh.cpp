@@ -2,6 +2,7 @@
 
 #include <Eigen/Geometry>
 #include <cmath>
+#include <utility>
 
 namespace Quorvex {
 
@@ -77,6 +78,14 @@ void BaseTriMesh::set_faces(const std::vector<BaseTriFace>& faces) {
 void BaseTriMesh::add_face(const BaseTriFace& face) {
   faces_.push_back(face);
   normals_.push_back(normal_of(face));
+}
+
+void BaseTriMesh::take_content(std::vector<Vector3f>&& coords, std::vector<BaseTriFace>&& faces) {
+  coords_ = std::move(coords);
+  colors_.assign(color_enabled_ ? coords_.size() : 0, Vector3f::Zero());
+  faces_ = std::move(faces);
+  normals_.resize(faces_.size());
+  for (std::size_t i = 0; i < faces_.size(); ++i) normals_[i] = normal_of(faces_[i]);
 }
 
 void BaseTriMesh::reserve(std::size_t vertices, std::size_t faces) {

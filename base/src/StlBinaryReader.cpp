@@ -40,8 +40,7 @@ bool stl_binary_size_fits(std::uint64_t faces, std::uint64_t size, const std::st
 }
 
 // A closed surface has about half as many vertices as faces; the welder grows beyond.
-StlBinaryFaces::StlBinaryFaces(std::size_t face_count)
-    : welder_(face_count / 2 + 1), welder_vertices_(welder_.vertices()) {
+StlBinaryFaces::StlBinaryFaces(std::size_t face_count) : welder_(face_count / 2 + 1) {
   faces_.reserve(face_count);
 }
 

@@ -36,11 +36,11 @@ class StlBinaryFaces {
   explicit StlBinaryFaces(std::size_t face_count);
   // False (logged) when the mesh would need more vertices than it can index.
   bool add_records(const unsigned char* records, std::size_t count, const std::string& what);
-  void store(BaseTriMesh& mesh) const { store_welded_mesh(mesh, welder_vertices_, faces_); }
+  // Hands the vertices and faces over; the object is spent afterwards.
+  void store(BaseTriMesh& mesh) { store_welded_mesh(mesh, welder_.vertices(), faces_); }
 
  private:
   VertexWelder welder_;
-  const std::vector<Vector3f>& welder_vertices_;
   std::vector<BaseTriFace> faces_;
 };
 

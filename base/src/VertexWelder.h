@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "quorvex/base/BaseTriMesh.h"
@@ -79,10 +80,18 @@ class VertexWelder {
            0;
   }
   void grow();
+  void allocate_slots(std::size_t count);
 
+  struct FreeSlots {
+    std::size_t alignment;  // as allocated
+    void operator()(Slot* p) const;
+  };
   // Tagged too: a stale entry must be told apart without reading its far-away vertex.
   std::vector<Slot> recent_;
-  std::vector<Slot> slots_;
+  // Probed at random over megabytes: kept on large pages where the system offers them, so
+  // that a probe does not also miss the address translation cache.
+  std::unique_ptr<Slot[], FreeSlots> slots_;
+  std::size_t slot_count_ = 0;
   std::size_t mask_ = 0;
   std::vector<Vector3f> vertices_;
 };
@@ -91,9 +100,10 @@ class VertexWelder {
 
 namespace Quorvex {
 
-// Replaces the mesh's content with welded vertices and their faces, through the mesh's own
-// virtual operations.
-void store_welded_mesh(BaseTriMesh& mesh, const std::vector<Vector3f>& vertices,
-                       const std::vector<BaseTriFace>& faces);
+// Replaces the mesh's content with welded vertices and their faces, which are consumed.
+// A class derived from BaseTriMesh sees it through its own virtual operations (clear,
+// set_vCoords, set_faces); a plain BaseTriMesh takes both sequences over without a copy.
+void store_welded_mesh(BaseTriMesh& mesh, std::vector<Vector3f>& vertices,
+                       std::vector<BaseTriFace>& faces);
 
 }  // namespace Quorvex

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 namespace Quorvex {
 
@@ -61,16 +62,25 @@ class ModelSource {
   template <class V>
   void read_block(V& v, std::int32_t count) {
     using E = typename V::value_type;
+    static_assert(std::is_trivially_copyable<E>::value, "copied as bytes");
     v.clear();
     if (count < 1 || exhausted_) return;
     const std::size_t want = static_cast<std::size_t>(count);
     if (known_) {
       const std::size_t n = std::min(want, static_cast<std::size_t>(left_ / sizeof(E)));
-      v.resize(n);
-      if (n > 0) {
-        in_.read(reinterpret_cast<char*>(v.data()), n * sizeof(E));
-        left_ -= n * sizeof(E);
+      // Through a small staging buffer rather than resize-then-read: resizing would first
+      // write zeros over the whole block, one more pass over memory that is usually fresh.
+      v.reserve(n);
+      alignas(E) unsigned char stage[kStageBytes];
+      constexpr std::size_t kStageElements = kStageBytes / sizeof(E);
+      for (std::size_t done = 0; done < n;) {
+        const std::size_t k = std::min(kStageElements, n - done);
+        in_.read(reinterpret_cast<char*>(stage), k * sizeof(E));
+        const E* first = reinterpret_cast<const E*>(stage);
+        v.insert(v.end(), first, first + k);
+        done += k;
       }
+      left_ -= n * sizeof(E);
       if (n < want) run_out();
       return;
     }
@@ -92,6 +102,7 @@ class ModelSource {
 
  private:
   static constexpr std::size_t kFirstChunk = 4096;
+  static constexpr std::size_t kStageBytes = 8192;  // stays in the first-level cache
 
   // The stream holds less than the next value: take the rest plus one byte, so that the
   // stream's own flags tell the caller it ended early.

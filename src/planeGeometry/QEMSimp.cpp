@@ -128,6 +128,7 @@ class CandidateHeap {
  public:
   void reserve(std::size_t n) { h_.reserve(n); }
   bool empty() const { return h_.empty(); }
+  const QEMCandidate& top() const { return h_.front(); }
 
   void push(const QEMCandidate& value) {
     h_.push_back(value);
@@ -145,6 +146,11 @@ class CandidateHeap {
     while (child < (len - 1) / 2) {
       child = 2 * (child + 1);
       if (h_[child].error > h_[child - 1].error) --child;
+      // The hole goes down a path that depends on every comparison, so on a heap larger
+      // than the cache each level would wait for memory; fetching the grandchildren now
+      // overlaps the next two levels' misses with this one.
+      const std::size_t grandchildren = 4 * child + 3;
+      if (grandchildren < len) __builtin_prefetch(h_.data() + grandchildren);
       h_[hole] = h_[child];
       hole = child;
     }
@@ -224,6 +230,11 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
       const QEMVertex& x = v[k];
       heap.push({k, x.version, quadric[k].cost(point(x.prev), point(x.next))});
     }
+    // The next vertex to collapse sits anywhere in the ring: start fetching its links and
+    // quadric while the heap entry is taken out.
+    const int32_t next_top = heap.top().vertex;
+    __builtin_prefetch(&v[next_top]);
+    __builtin_prefetch(&quadric[next_top]);
   }
 
   std::vector<bool> alive(static_cast<std::size_t>(n));

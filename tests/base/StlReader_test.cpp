@@ -366,3 +366,59 @@ TEST(SplitFileNameAliasTest, OutputMayAliasInput) {
 
 }  // namespace
 }  // namespace Quorvex::test
+
+namespace {
+
+// Sees the content through the virtual operations, as a class of a host program would.
+class RecordingMesh : public Quorvex::BaseTriMesh {
+ public:
+  void set_vCoords(const std::vector<Quorvex::Vector3f>& coords) override {
+    ++set_vCoords_calls;
+    BaseTriMesh::set_vCoords(coords);
+  }
+  void set_faces(const std::vector<Quorvex::BaseTriFace>& faces) override {
+    ++set_faces_calls;
+    BaseTriMesh::set_faces(faces);
+  }
+  int set_vCoords_calls = 0;
+  int set_faces_calls = 0;
+};
+
+}  // namespace
+
+// A plain mesh takes the welded sequences over without the virtual calls; a derived one
+// gets them through its overrides. Both must end with the same vertices, faces and normals,
+// degenerate and -0.0 corners included, whatever the mesh held before.
+TEST(StlBinaryStoreTest, PlainAndDerivedMeshesHoldTheSameContent) {
+  using Quorvex::Vector3f;
+  using namespace Quorvex::test;
+  const std::vector<Triangle> tris = {
+      {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)},
+      {Vector3f(1, 0, 0), Vector3f(1, 1, 0), Vector3f(0, 1, 0)},
+      {Vector3f(-0.0f, 0, 0), Vector3f(2, 2, 2), Vector3f(2, 2, 2)},
+      {Vector3f(0, 0, 1e-20f), Vector3f(1e-20f, 0, 0), Vector3f(0, 1e-20f, 0)}};
+  const std::string bytes = binary_stl(tris);
+  const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+
+  Quorvex::BaseTriMesh plain;
+  plain.add_vCoord(Vector3f(5, 5, 5));  // old content that must go
+  plain.enable_vColor();
+  RecordingMesh derived;
+  derived.enable_vColor();
+  ASSERT_EQ(Quorvex::addFacesGivenBinary(data, bytes.size(), plain, nullptr), 0);
+  ASSERT_EQ(Quorvex::addFacesGivenBinary(data, bytes.size(), derived, nullptr), 0);
+
+  EXPECT_EQ(derived.set_vCoords_calls, 1);
+  EXPECT_EQ(derived.set_faces_calls, 1);
+  EXPECT_EQ(vertices_of(plain), vertices_of(derived));
+  EXPECT_EQ(faces_of(plain), faces_of(derived));
+  ASSERT_EQ(plain.get_fn(), tris.size());
+  ASSERT_EQ(plain.get_vn(), 9u);  // -0.0 stays apart from 0.0
+  for (std::size_t f = 0; f < plain.get_fn(); ++f) {
+    EXPECT_EQ(plain.get_fNrv(f), derived.get_fNrv(f)) << "face " << f;
+  }
+  EXPECT_EQ(plain.get_fNrv(2), Vector3f::Zero());
+  // Colours stay on and every new vertex has the zero colour.
+  EXPECT_EQ(plain.get_vColor(plain.get_vn() - 1), Vector3f::Zero());
+  EXPECT_EQ(derived.get_vColor(derived.get_vn() - 1), Vector3f::Zero());
+}

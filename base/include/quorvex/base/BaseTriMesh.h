@@ -75,6 +75,11 @@ class QXB_EXPORT BaseTriMesh : public Cloud {
   // Reserves room for a known number of vertices and faces.
   void reserve(std::size_t vertices, std::size_t faces);
 
+  // Replaces the content with these vertices and faces, taken over without a copy; the
+  // result is that of clear, set_vCoords and set_faces. Not virtual and not through the
+  // virtual operations: for readers that hold a mesh of exactly this class.
+  void take_content(std::vector<Vector3f>&& coords, std::vector<BaseTriFace>&& faces);
+
  protected:
   // Normal of a face over the current vertices; zero when a corner names no vertex.
   Vector3f normal_of(const BaseTriFace& f) const;
