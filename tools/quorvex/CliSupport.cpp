@@ -22,8 +22,8 @@ std::optional<double> parse_number(const std::string& text) {
   return v;
 }
 
-bool write_file_atomically(const std::string& path, const std::vector<std::string>& parts,
-                           std::string& error) {
+bool write_file_atomically(const std::string& path,
+                           const std::function<void(std::ostream&)>& write, std::string& error) {
   namespace fs = std::filesystem;
   const fs::path target(path);
   const fs::path tmp = target.string() + ".part";
@@ -33,7 +33,7 @@ bool write_file_atomically(const std::string& path, const std::vector<std::strin
       error = "cannot open for writing";
       return false;
     }
-    for (const std::string& p : parts) out.write(p.data(), static_cast<std::streamsize>(p.size()));
+    write(out);
     out.flush();
     if (!out) {
       error = "write failed";
@@ -53,8 +53,25 @@ bool write_file_atomically(const std::string& path, const std::vector<std::strin
   return true;
 }
 
+bool write_file_atomically(const std::string& path, const std::vector<std::string>& parts,
+                           std::string& error) {
+  return write_file_atomically(
+      path,
+      [&parts](std::ostream& out) {
+        for (const std::string& p : parts) {
+          out.write(p.data(), static_cast<std::streamsize>(p.size()));
+        }
+      },
+      error);
+}
+
 bool write_file_atomically(const std::string& path, const std::string& bytes, std::string& error) {
-  return write_file_atomically(path, std::vector<std::string>{bytes}, error);
+  return write_file_atomically(
+      path,
+      [&bytes](std::ostream& out) {
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+      },
+      error);
 }
 
 std::string replace_extension(const std::string& path, const std::string& extension) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +14,9 @@ std::optional<double> parse_number(const std::string& text);
 
 // Writes `bytes` to `path` through a temporary file beside it, renamed into place at the
 // end, so that a failure never leaves a partial file. False with `error` set on failure.
+// `write` streams the content straight into the temporary file, so nothing is held twice.
+bool write_file_atomically(const std::string& path,
+                           const std::function<void(std::ostream&)>& write, std::string& error);
 bool write_file_atomically(const std::string& path, const std::string& bytes, std::string& error);
 bool write_file_atomically(const std::string& path, const std::vector<std::string>& parts,
                            std::string& error);

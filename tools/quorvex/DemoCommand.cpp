@@ -1,7 +1,6 @@
 #include <cstddef>
 #include <filesystem>
 #include <iostream>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -115,13 +114,18 @@ int run_demo(const std::vector<std::string>& args) {
     std::cerr << "quorvex: cannot write '" << gcode_path << "': " << error << "\n";
     return kExitFailure;
   }
-  std::ostringstream archive;
-  archive << entity;
-  if (!write_or_complain(archive_path, archive.str())) return kExitFailure;
+  if (!write_file_atomically(
+          archive_path, [&entity](std::ostream& out) { out << entity; }, error)) {
+    std::cerr << "quorvex: cannot write '" << archive_path << "': " << error << "\n";
+    return kExitFailure;
+  }
   Quorvex::BaseTriMesh mesh;
   Quorvex::convert_entity_to_baseTriMesh_with_color(entity, mesh, settings.line_width, 0.0f);
-  const auto ply = mesh_to_ply(mesh);
-  if (!write_or_complain(ply_path, std::string(ply.begin(), ply.end()))) return kExitFailure;
+  if (!write_file_atomically(
+          ply_path, [&mesh](std::ostream& out) { write_mesh_ply(out, mesh); }, error)) {
+    std::cerr << "quorvex: cannot write '" << ply_path << "': " << error << "\n";
+    return kExitFailure;
+  }
   const ViewBox box = layers_view_box({layer.get()});
   if (!write_or_complain(svg_path, layer_to_svg(*layer, box, "quorvex demo, layer 1", true))) {
     return kExitFailure;

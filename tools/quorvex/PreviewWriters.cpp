@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <ostream>
 
 #include "quorvex/base/NumToString.h"
 
@@ -195,47 +196,45 @@ std::string layers_to_html(const std::vector<const Layer*>& layers, const std::s
   return html;
 }
 
-std::vector<unsigned char> mesh_to_ply(const Quorvex::BaseTriMesh& mesh) {
+void write_mesh_ply(std::ostream& out, const Quorvex::BaseTriMesh& mesh) {
+  static_assert(sizeof(float) == 4 && sizeof(std::int32_t) == 4, "PLY sizes");
+  // The body is the machine's memory image, which the header declares little-endian.
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error "the PLY writer assumes a little-endian machine"
+#endif
   const std::size_t vn = mesh.get_vn();
   const std::size_t fn = mesh.get_fn();
-  const std::string header =
-      "ply\nformat binary_little_endian 1.0\ncomment written by quorvex\nelement vertex " +
-      std::to_string(vn) +
-      "\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\n"
-      "property uchar green\nproperty uchar blue\nelement face " +
-      std::to_string(fn) + "\nproperty list uchar int vertex_indices\nend_header\n";
-  std::vector<unsigned char> out(header.begin(), header.end());
-  out.reserve(header.size() + vn * 15 + fn * 13);
-  auto put = [&out](const void* p, std::size_t n) {
-    const auto* b = static_cast<const unsigned char*>(p);
-    out.insert(out.end(), b, b + n);
-  };
+  out << "ply\nformat binary_little_endian 1.0\ncomment written by quorvex\nelement vertex " << vn
+      << "\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\n"
+         "property uchar green\nproperty uchar blue\nelement face "
+      << fn << "\nproperty list uchar int vertex_indices\nend_header\n";
   auto to_byte = [](float c) {
-    if (!(c > 0.0f)) return static_cast<unsigned char>(0);
-    if (c >= 1.0f) return static_cast<unsigned char>(255);
-    return static_cast<unsigned char>(std::lround(c * 255.0f));
+    if (!(c > 0.0f)) return static_cast<char>(0);
+    if (c >= 1.0f) return static_cast<char>(static_cast<unsigned char>(255));
+    return static_cast<char>(static_cast<unsigned char>(std::lround(c * 255.0f)));
   };
+  char record[15];
   for (std::size_t i = 0; i < vn; ++i) {
     const auto& p = mesh.get_vCoord(i);
     const float xyz[3] = {p.x(), p.y(), p.z()};
-    put(xyz, sizeof xyz);
-    unsigned char rgb[3] = {200, 200, 200};
+    std::memcpy(record, xyz, sizeof xyz);
+    record[12] = record[13] = record[14] = static_cast<char>(static_cast<unsigned char>(200));
     if (mesh.is_vColor_enabled()) {
       const auto& c = mesh.get_vColor(i);
-      rgb[0] = to_byte(c.x());
-      rgb[1] = to_byte(c.y());
-      rgb[2] = to_byte(c.z());
+      record[12] = to_byte(c.x());
+      record[13] = to_byte(c.y());
+      record[14] = to_byte(c.z());
     }
-    put(rgb, sizeof rgb);
+    out.write(record, sizeof record);
   }
+  char face[13];
+  face[0] = 3;
   for (std::size_t f = 0; f < fn; ++f) {
-    const unsigned char three = 3;
-    put(&three, 1);
-    const auto& face = mesh.get_face(f);
-    const std::int32_t idx[3] = {face[0], face[1], face[2]};
-    put(idx, sizeof idx);
+    const auto& tri = mesh.get_face(f);
+    const std::int32_t idx[3] = {tri[0], tri[1], tri[2]};
+    std::memcpy(face + 1, idx, sizeof idx);
+    out.write(face, sizeof face);
   }
-  return out;
 }
 
 }  // namespace QuorvexTool

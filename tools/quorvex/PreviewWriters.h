@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,6 @@ std::string layers_to_html(const std::vector<const Quorvex::Layer*>& layers,
                            const std::string& title);
 
 // Binary little-endian PLY with per-vertex colours (0..1 floats mapped to bytes).
-std::vector<unsigned char> mesh_to_ply(const Quorvex::BaseTriMesh& mesh);
+void write_mesh_ply(std::ostream& out, const Quorvex::BaseTriMesh& mesh);
 
 }  // namespace QuorvexTool

@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -204,18 +203,35 @@ int run_slice(const std::vector<std::string>& args) {
     }
   }
 
-  Quorvex::GCode gcode(4, {Quorvex::STRUCTURE_BOUNDARY, Quorvex::STRUCTURE_EXTRA_SHELL,
-                           Quorvex::STRUCTURE_FILL});
-  gcode.get_gcode_from_entity(entity);
+  // The cut loops and the input mesh are no longer needed: free them before the outputs
+  // are built, and stream every output straight to its file, one layer at a time where
+  // the format allows, so that peak memory stays near the print model itself.
+  const std::size_t mesh_vertices = mesh.get_vn(), mesh_faces = mesh.get_fn();
+  std::vector<SliceLayer>().swap(cuts);
+  mesh = Quorvex::BaseTriMesh();
+
+  std::size_t bytes = 0;
   std::string error;
-  if (!write_file_atomically(o.output, gcode.get_outputs(), error)) {
+  const bool gcode_ok = write_file_atomically(
+      o.output,
+      [&](std::ostream& out) {
+        Quorvex::GCode gcode(4, {Quorvex::STRUCTURE_BOUNDARY, Quorvex::STRUCTURE_EXTRA_SHELL,
+                                 Quorvex::STRUCTURE_FILL});
+        for (const auto& layer : entity.get_layers()) {
+          gcode.get_gcode_from_layer(*layer);
+          const std::string& text = gcode.get_outputs().front();
+          out.write(text.data(), static_cast<std::streamsize>(text.size()));
+          bytes += text.size();
+        }
+      },
+      error);
+  if (!gcode_ok) {
     std::cerr << "quorvex: cannot write '" << o.output << "': " << error << "\n";
     return kExitFailure;
   }
   const std::string archive_path = replace_extension(o.output, ".qxm");
-  std::ostringstream archive;
-  archive << entity;
-  if (!write_file_atomically(archive_path, archive.str(), error)) {
+  if (!write_file_atomically(
+          archive_path, [&entity](std::ostream& out) { out << entity; }, error)) {
     std::cerr << "quorvex: cannot write '" << archive_path << "': " << error << "\n";
     return kExitFailure;
   }
@@ -223,8 +239,8 @@ int run_slice(const std::vector<std::string>& args) {
   {
     Quorvex::BaseTriMesh preview;
     Quorvex::convert_entity_to_baseTriMesh_with_color(entity, preview, o.layer.line_width, 0.0f);
-    const auto ply = mesh_to_ply(preview);
-    if (!write_file_atomically(ply_path, std::string(ply.begin(), ply.end()), error)) {
+    if (!write_file_atomically(
+            ply_path, [&preview](std::ostream& out) { write_mesh_ply(out, preview); }, error)) {
       std::cerr << "quorvex: cannot write '" << ply_path << "': " << error << "\n";
       return kExitFailure;
     }
@@ -240,16 +256,15 @@ int run_slice(const std::vector<std::string>& args) {
     }
   }
 
-  std::size_t regions = 0, shells = 0, fills = 0, bytes = 0;
+  std::size_t regions = 0, shells = 0, fills = 0;
   for (const auto& r : reports) {
     regions += r.regions;
     shells += r.shell_loops;
     fills += r.fill_lines;
   }
-  for (const auto& t : gcode.get_outputs()) bytes += t.size();
   if (!o.quiet) {
     std::cout << "quorvex slice: " << o.model << "\n"
-              << "  mesh          " << mesh.get_vn() << " vertices, " << mesh.get_fn()
+              << "  mesh          " << mesh_vertices << " vertices, " << mesh_faces
               << " faces\n"
               << "  layers        " << n << " of " << o.layer_height << " mm\n"
               << "  paths         " << regions << " regions, " << shells << " shell loops, "
