@@ -12,6 +12,7 @@ CMAKE_FLAGS ?=
 # Compiler-cache entries keyed on paths relative to the checkout, so that every clone of
 # the project shares them.
 export CCACHE_BASEDIR := $(CURDIR)
+MAKEFLAGS += --no-print-directory
 
 .PHONY: all deps configure build test demo install bench fuzz test-sanitize clean
 
