@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "RegionBoxGrid.h"
 #include "quorvex/baseType/Layer.h"
 #include "quorvex/planeGeometry/BoundaryTransform.h"
 #include "quorvex/planeGeometry/LoopPredicates.h"
@@ -17,12 +18,10 @@ constexpr double kProximityMargin = 1e-5;
 // Tolerance of the side area that puts a point on an edge.
 constexpr double kOnEdgeTolerance = 1e-5;
 
-struct RegionBox {
-  float min_x;
-  float min_y;
-  float max_x;
-  float max_y;
-};
+using RegionBox = detail::GridBox;
+
+// Below this many regions a plain walk over the boxes is as quick as the grid.
+constexpr int kGridFromRegions = 32;
 
 // A missing points handle reads as an empty loop, so bad input meets no region rather
 // than a null dereference.
@@ -105,18 +104,28 @@ class RegionSet {
   int size() const { return static_cast<int>(boxes_.size()); }
   const std::vector<std::vector<std::shared_ptr<Path>>>& paths() const { return paths_; }
 
+  // Indexes the regions opened so far; regions opened later are walked one by one.
+  void index_boxes() {
+    if (size() >= kGridFromRegions) grid_.build(boxes_);
+  }
+
   // The innermost region whose opening loop holds q: a later candidate counts only when
-  // its box lies within the box of the best so far, so nesting wins over list order.
+  // its box lies within the box of the best so far, so nesting wins over list order. Only a
+  // region whose box holds q can become the best, so the walk may skip every other one as
+  // long as it keeps the order of the regions.
   int find(const Point2& q) const {
     int best = -1;
-    for (int k = 0; k < size(); ++k) {
+    const auto consider = [&](int k) {
       const RegionBox& box = boxes_[static_cast<std::size_t>(k)];
-      if (best != -1 && !box_within(box, boxes_[static_cast<std::size_t>(best)])) continue;
+      if (best != -1 && !box_within(box, boxes_[static_cast<std::size_t>(best)])) return true;
       if (point_in_box(q, box) &&
           is_point_in_loop(q, points_or_empty(*paths_[static_cast<std::size_t>(k)].front()))) {
         best = k;
       }
-    }
+      return true;
+    };
+    grid_.for_each_candidate(q.x, q.y, consider);
+    for (int k = grid_.size(); k < size(); ++k) consider(k);
     return best;
   }
 
@@ -147,6 +156,7 @@ class RegionSet {
  private:
   std::vector<std::vector<std::shared_ptr<Path>>> paths_;
   std::vector<RegionBox> boxes_;
+  detail::RegionBoxGrid grid_;
 };
 
 }  // namespace
@@ -158,6 +168,7 @@ bool Layer::number_region() {
   for (const auto& path : boundary_paths_) {
     if (path && path->get_type() == PATH_TYPE_OUTER) regions.open(path);
   }
+  regions.index_boxes();
   for (const auto& path : boundary_paths_) {
     if (!path || path->get_type() != PATH_TYPE_INNER) continue;
     // A hole without a point has no place to be found at; it is as lost as one outside.
