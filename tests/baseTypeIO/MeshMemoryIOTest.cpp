@@ -81,6 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
         SniffCase{"solid_anywhere_in_line", "my solid part\nfacet\n", true},
         SniffCase{"solid_then_other", "solid x\nvertex 1 2 3\nfacet\n", false},
         SniffCase{"solid_only", "solid x\n", false},
+        SniffCase{"whitespace_line_is_not_empty", "solid x\n   \nfacet\n", false},
         SniffCase{"solid_without_newline", "solid x", false},
         SniffCase{"solid_then_blank_lines_only", "solid x\n\n\n", false},
         SniffCase{"no_solid", "facet\nfacet\n", false},
