@@ -127,6 +127,8 @@ TEST(LoopAreaTest, ClosingEdgeCounts) {
 }
 
 // ---- get_number_of_intersections_to_left, is_point_in_loop ----
+// The table pins the tie rules and the vertex tolerance; edges, vertices and horizontal runs
+// at large are compared with the step-by-step rule below.
 
 struct RayCase {
   std::string name;
@@ -152,14 +154,8 @@ INSTANTIATE_TEST_SUITE_P(
         RayCase{"one_point_other", {{2, 3}}, {5, 3}, 0},
         RayCase{"inside", kUnitSquare, {0.5f, 0.5f}, 1},
         RayCase{"right_of_square", kUnitSquare, {2, 0.5f}, 2},
-        RayCase{"left_of_square", kUnitSquare, {-1, 0.5f}, 0},
-        RayCase{"vertex", kUnitSquare, {1, 1}, 1}, RayCase{"origin_vertex", kUnitSquare, {0, 0}, 1},
-        RayCase{"bottom_edge", kUnitSquare, {0.5f, 0}, 1},
-        RayCase{"top_edge", kUnitSquare, {0.5f, 1}, 1},
-        RayCase{"vertical_edge", kUnitSquare, {1, 0.25f}, 1},
-        RayCase{"right_of_horizontal_edge", kUnitSquare, {3, 1}, 0},
+        RayCase{"vertex", kUnitSquare, {1, 1}, 1},
         RayCase{"diamond_through_vertices", kDiamond, {2, 0}, 2},
-        RayCase{"diamond_inside_at_vertex_height", kDiamond, {0.5f, 0}, 1},
         RayCase{"local_minimum_counts_twice", kValley, {5, 1}, 2},
         RayCase{"local_maximum_counts_never", kPeak, {5, 1}, 0},
         // Within 1e-14 of a vertex in both coordinates: on the loop, though outside.
@@ -170,9 +166,7 @@ INSTANTIATE_TEST_SUITE_P(
         RayCase{"vertex_tolerance_first_float_outside",
                 kUnitSquare,
                 {-0x1.6849bap-47f, -0x1.6849bap-47f},
-                0},
-        RayCase{"L_notch_outside", kL, {1.5f, 1.5f}, 2},
-        RayCase{"L_arm_inside", kL, {0.5f, 1.5f}, 1}, RayCase{"L_reflex_vertex", kL, {1, 1}, 1}),
+                0}),
     [](const auto& info) { return info.param.name; });
 
 // The counting rule step by step, one edge after another, as the reference for the
