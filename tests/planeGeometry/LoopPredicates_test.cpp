@@ -323,24 +323,21 @@ Loop rectangle_with_side_points() {
 INSTANTIATE_TEST_SUITE_P(
     Loops, SimpleDirectionTest,
     ::testing::Values(
-        DirectionCase{"unit_square", kUnitSquare, true},
-        DirectionCase{"unit_square_reversed", reversed(kUnitSquare), false},
-        DirectionCase{"L_shape", kL, true}, DirectionCase{"L_shape_reversed", reversed(kL), false},
-        DirectionCase{"side_points", rectangle_with_side_points(), true},
-        DirectionCase{"side_points_reversed", reversed(rectangle_with_side_points()), false},
         // Every cross product is 1e-6, below the vote's threshold: the area decides.
         DirectionCase{"tiny_square", {{0, 0}, {0.001f, 0}, {0.001f, 0.001f}, {0, 0.001f}}, true},
         DirectionCase{
             "tiny_square_reversed", {{0, 0.001f}, {0.001f, 0.001f}, {0.001f, 0}, {0, 0}}, false},
-        DirectionCase{"one_point", {{1, 1}}, false}, DirectionCase{"empty", {}, false},
-        DirectionCase{"diamond", kDiamond, true}),
+        DirectionCase{"one_point", {{1, 1}}, false}, DirectionCase{"empty", {}, false}),
     [](const auto& info) { return info.param.name; });
 
+// Where the vote is clear it agrees with the sign of the area, both ways round.
 TEST(SimpleDirectionTest, AgreesWithAreaOnPolygons) {
-  for (int n : {3, 5, 8, 64, 1000}) {
-    const Loop loop = circle(n, 50.0f);
-    EXPECT_TRUE(is_widdershins_simple(loop)) << n;
-    EXPECT_FALSE(is_widdershins_simple(reversed(loop))) << n;
+  std::vector<Loop> loops = {kUnitSquare, kL, kDiamond, rectangle_with_side_points()};
+  for (int n : {3, 5, 8, 64, 1000}) loops.push_back(circle(n, 50.0f));
+  for (const Loop& loop : loops) {
+    ASSERT_TRUE(is_widdershins(loop));
+    EXPECT_TRUE(is_widdershins_simple(loop)) << loop.size();
+    EXPECT_FALSE(is_widdershins_simple(reversed(loop))) << loop.size();
   }
 }
 
