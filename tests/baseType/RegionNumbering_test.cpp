@@ -346,6 +346,7 @@ TEST(LastPointsTest, HighestShellLevelPerRegion) {
   layer.add_extraShell_path(s_neg);
   layer.add_extraShell_path(s1b);
   layer.add_extraShell_path(s_low);
+  layer.add_extraShell_path(shell(-2, {21, 1}));  // region 1 has only a negative level
   layer.number_region();
 
   std::vector<std::vector<std::shared_ptr<Point2Vector>>> last;
@@ -355,23 +356,11 @@ TEST(LastPointsTest, HighestShellLevelPerRegion) {
   ASSERT_EQ(last[0].size(), 2u);
   EXPECT_EQ(last[0][0], s1a->get_points());
   EXPECT_EQ(last[0][1], s1b->get_points());
-  // Region 1 has no shell: its outer loop and its hole, in boundary order, shared.
+  // Region 1 has no shell of level 0 or more: its outer loop and its hole, in boundary
+  // order, shared.
   ASSERT_EQ(last[1].size(), 2u);
   EXPECT_EQ(last[1][0], b->get_points());
   EXPECT_EQ(last[1][1], b_hole->get_points());
-}
-
-TEST(LastPointsTest, OnlyNegativeShellsKeepTheBoundaryLoops) {
-  Layer layer;
-  auto a = outer(0, 0, 10, 10);
-  layer.add_boundary_path(a);
-  layer.add_extraShell_path(shell(-2, {1, 1}));
-  layer.number_region();
-  std::vector<std::vector<std::shared_ptr<Point2Vector>>> last;
-  ASSERT_TRUE(layer.get_last_points(last));
-  ASSERT_EQ(last.size(), 1u);
-  ASSERT_EQ(last[0].size(), 1u);
-  EXPECT_EQ(last[0][0], a->get_points());
 }
 
 TEST(LastPointsTest, UnnumberedBoundaryGivesFalse) {
