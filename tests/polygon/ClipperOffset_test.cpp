@@ -67,6 +67,14 @@ TEST(Offset, EmptySubjectGivesAnEmptyResult) {
   EXPECT_TRUE(c.fixed_result->empty());
 }
 
+// The engine's message is pinned by the Clipper tests; offset lets it through too.
+TEST(Offset, OutOfRangePassesTheEngineExceptionThrough) {
+  Clipper c;
+  c.add_path(square(0, 0, 4.7e11f), ptSubject);
+  EXPECT_THROW(c.offset(1.0f, jtMiter, etClosedPolygon, 2.0f, 0.25f, true),
+               ClipperLib::clipperException);
+}
+
 TEST(Offset, SecondOffsetStartsFromTheFloatListsAgain) {
   ProbeClipper c;
   c.add_path(square(0, 0, 1), ptSubject);
