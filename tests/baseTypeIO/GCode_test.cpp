@@ -3,22 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "quorvex/baseType/QuorvexPrintModel.h"
 #include "quorvex/baseTypeIO/TextFileWriter.h"
+#include "support/ModelSamples.h"
 
 namespace Quorvex {
 namespace {
 
-std::shared_ptr<Path> make_path(std::vector<Point2> pts, PathType type, float z = 0.2f) {
-  auto p = std::make_shared<Path>();
-  p->set_points(std::make_shared<Point2Vector>(pts));
-  p->set_type(type);
-  p->set_z(z);
-  return p;
+std::shared_ptr<Path> make_path(const std::vector<Point2>& pts, PathType type, float z = 0.2f) {
+  return qxtest::make_path(pts, type, z);
 }
 
 std::string layer_text(const Layer& layer, std::vector<StructureType> seq, std::size_t decimals = 2,
@@ -132,23 +130,13 @@ TEST_P(GCodeTags, OpeningColourAndClosingLines) {
   const TagCase& c = GetParam();
   Layer layer;
   auto p = make_path({{0, 0}, {1, 0}}, static_cast<PathType>(c.type));
-  switch (c.structure) {
-    case STRUCTURE_BOUNDARY:
-      layer.add_boundary_path(p);
-      break;
-    case STRUCTURE_EXTRA_SHELL:
-      layer.add_extraShell_path(p);
-      break;
-    case STRUCTURE_FILL:
-      layer.add_fill_path(p);
-      break;
-    case STRUCTURE_SUPPORT:
-      layer.add_support_path(p);
-      break;
-    case STRUCTURE_RAFT:
-      layer.add_raft_path(p);
-      break;
-  }
+  const std::map<StructureType, void (Layer::*)(std::shared_ptr<Path>)> add = {
+      {STRUCTURE_BOUNDARY, &Layer::add_boundary_path},
+      {STRUCTURE_EXTRA_SHELL, &Layer::add_extraShell_path},
+      {STRUCTURE_FILL, &Layer::add_fill_path},
+      {STRUCTURE_SUPPORT, &Layer::add_support_path},
+      {STRUCTURE_RAFT, &Layer::add_raft_path}};
+  (layer.*add.at(c.structure))(p);
   const std::string with = layer_text(layer, {c.structure}, 2, true);
   const std::string prefix = std::string("(<layer> -1.00)\n") + c.open + c.colour + "M103\n";
   EXPECT_EQ(with.substr(0, prefix.size()), prefix);
