@@ -5,9 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "MeshTestSupport.h"
-
-namespace Quorvex::test {
+namespace Quorvex {
 namespace {
 
 BaseTriMesh triangle_mesh(const Vector3f& a, const Vector3f& b, const Vector3f& c,
@@ -104,52 +102,23 @@ TEST(BaseTriMeshTest, SetFacesDoesNotDispatchToAddFace) {
   EXPECT_EQ(base.get_fn(), 2u);
 }
 
-TEST(BaseTriMeshTest, ClearAndReplaceOperations) {
-  BaseTriMesh mesh;
-  EXPECT_EQ(mesh.add_vCoord(Vector3f(1, 2, 3)), 0u);
-  EXPECT_EQ(mesh.add_vCoord(Vector3f(4, 5, 6)), 1u);
-  EXPECT_EQ(mesh.get_vCoord(1), Vector3f(4, 5, 6));
-  mesh.add_face(BaseTriFace(0, 1, 1));
-  mesh.set_faces({BaseTriFace(1, 0, 0)});
-  ASSERT_EQ(mesh.get_fn(), 1u);
-  EXPECT_EQ(mesh.get_face(0), BaseTriFace(1, 0, 0));
-  mesh.clear();
-  EXPECT_EQ(mesh.get_vn(), 0u);
-  EXPECT_EQ(mesh.get_fn(), 0u);
-}
-
-TEST(BaseTriFaceTest, KeepsCornersInOrder) {
-  const BaseTriFace f(7, -2, 2147483647);
-  EXPECT_EQ(f[0], 7);
-  EXPECT_EQ(f[1], -2);
-  EXPECT_EQ(f[2], 2147483647);
-}
-
 // ---- Colours ------------------------------------------------------------------------------
 
-TEST(CloudColorTest, EnabledColoursCoverOldAndNewVertices) {
-  BaseTriMesh mesh;
-  mesh.add_vCoord(Vector3f(0, 0, 0));
-  EXPECT_FALSE(mesh.is_vColor_enabled());
-  mesh.enable_vColor();
-  EXPECT_TRUE(mesh.is_vColor_enabled());
-  EXPECT_EQ(mesh.get_vColor(0), Vector3f::Zero());
-  const std::size_t i = mesh.add_vCoord(Vector3f(1, 0, 0));
-  mesh.set_vColor(i, Vector3f(0.5f, 0.25f, 1));
-  EXPECT_EQ(mesh.get_vColor(i), Vector3f(0.5f, 0.25f, 1));
-  mesh.set_vCoords({Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(2, 0, 0)});
-  EXPECT_EQ(mesh.get_vColor(2), Vector3f::Zero());
-}
-
-TEST(CloudColorTest, SetColourTurnsColoursOn) {
+// Colours, once on, cover every vertex, old and new; setting one turns them on.
+TEST(CloudColorTest, ColoursCoverOldAndNewVertices) {
   BaseTriMesh mesh;
   mesh.add_vCoord(Vector3f(0, 0, 0));
   mesh.add_vCoord(Vector3f(1, 0, 0));
-  mesh.set_vColor(1, Vector3f(1, 0, 0));
+  EXPECT_FALSE(mesh.is_vColor_enabled());
+  mesh.set_vColor(1, Vector3f(0.5f, 0.25f, 1));
   EXPECT_TRUE(mesh.is_vColor_enabled());
   EXPECT_EQ(mesh.get_vColor(0), Vector3f::Zero());
-  EXPECT_EQ(mesh.get_vColor(1), Vector3f(1, 0, 0));
+  EXPECT_EQ(mesh.get_vColor(1), Vector3f(0.5f, 0.25f, 1));
+  mesh.set_vCoords({Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(2, 0, 0)});
+  EXPECT_EQ(mesh.get_vColor(2), Vector3f::Zero());
+  const std::size_t i = mesh.add_vCoord(Vector3f(3, 0, 0));
+  EXPECT_EQ(mesh.get_vColor(i), Vector3f::Zero());
 }
 
 }  // namespace
-}  // namespace Quorvex::test
+}  // namespace Quorvex

@@ -17,30 +17,11 @@ std::string printf_text(float v, int d) {
   return buf;
 }
 
-struct Case {
-  float value;
-  int decimals;
-  const char* text;
-};
-
-class NumToStringTable : public ::testing::TestWithParam<Case> {};
-
-TEST_P(NumToStringTable, GivesTheFixedPointText) {
-  const Case& c = GetParam();
-  EXPECT_EQ(Quorvex::num_to_string(c.value, c.decimals), c.text);
-  char buf[Quorvex::kNumToCharsMax];
-  char* end = Quorvex::num_to_chars(buf, c.value, c.decimals);
-  EXPECT_EQ(std::string(buf, static_cast<std::size_t>(end - buf)), c.text);
+// printf is the reference for every decimal count it knows; below zero means none.
+TEST(NumToString, NegativeDecimalsMeanNone) {
+  EXPECT_EQ(Quorvex::num_to_string(1.0f, -3), "1");
+  EXPECT_EQ(Quorvex::num_to_string(-0.0f, -1), "-0");
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Boundaries, NumToStringTable,
-    ::testing::Values(Case{0.0f, 4, "0.0000"}, Case{-0.0f, 2, "-0.00"}, Case{1.5f, 0, "2"},
-                      Case{2.5f, 0, "2"},  // halfway: to even, on the exact binary value
-                      Case{0.125f, 2, "0.12"}, Case{0.375f, 2, "0.38"},
-                      Case{-1e-7f, 4, "-0.0000"}, Case{0.2f, 9, "0.200000003"},
-                      Case{75.0f, 4, "75.0000"}, Case{1.0f, -3, "1"},
-                      Case{16777217.0f, 1, "16777216.0"}));
 
 TEST(NumToString, MatchesPrintfOnRandomFloatsForEveryDecimalPlace) {
   std::mt19937 rng(12345);
@@ -58,6 +39,9 @@ TEST(NumToString, MatchesPrintfOnRandomFloatsForEveryDecimalPlace) {
     }
     const int d = i % 10;
     ASSERT_EQ(Quorvex::num_to_string(v, d), printf_text(v, d)) << "value bits of " << v;
+    char buf[Quorvex::kNumToCharsMax];
+    const char* end = Quorvex::num_to_chars(buf, v, d);
+    ASSERT_EQ(std::string(buf, static_cast<std::size_t>(end - buf)), printf_text(v, d));
     ++checked;
   }
   EXPECT_GT(checked, 190000);

@@ -4,52 +4,25 @@
 #include <string>
 #include <vector>
 
-#include "MeshTestSupport.h"
 #include "quorvex/base/MeshReaders.h"
-#include "quorvex/base/StlSniff.h"
+#include "support/LogLines.h"
+#include "support/MeshSamples.h"
 
-namespace Quorvex::test {
+namespace Quorvex {
 namespace {
+
+using qxtest::ascii_stl;
+using qxtest::binary_stl;
+using qxtest::faces_of;
+using qxtest::temp_path;
+using qxtest::Triangle;
+using qxtest::vertices_of;
+using qxtest::write_temp;
+using ErrorLog = qxtest::LogLines;
 
 const Vector3f kA(0, 0, 0), kB(1, 0, 0), kC(1, 1, 0), kD(0, 1, 0);
 // Two triangles sharing the edge A-C: a reader that does not weld gives 6 vertices.
 const std::vector<Triangle> kSquare = {{kA, kB, kC}, {kA, kC, kD}};
-
-// ---- The sniff, table-driven -------------------------------------------------------------
-
-struct SniffCase {
-  const char* name;
-  std::string text;
-  bool ascii;
-};
-// Printed by name: gtest would otherwise dump the bytes, padding included.
-void PrintTo(const SniffCase& c, std::ostream* os) { *os << c.name; }
-
-class StlSniffTest : public ::testing::TestWithParam<SniffCase> {};
-
-TEST_P(StlSniffTest, DecidesAsciiByFirstAndNextNonEmptyLine) {
-  std::istringstream in(GetParam().text);
-  EXPECT_EQ(stl_stream_is_ascii(in), GetParam().ascii);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, StlSniffTest,
-    ::testing::Values(
-        SniffCase{"Plain", "solid cube\nfacet normal 0 0 1\n", true},
-        SniffCase{"AnyCaseAndBlankLines", "SoLiD\n\n\n  FaCeT normal\n", true},
-        SniffCase{"SolidNotFirstWord", "my solid part\nfacet\n", true},
-        SniffCase{"WindowsLineEnds", "solid x\r\n facet normal 0 0 1\r\n", true},
-        SniffCase{"NoFacetNext", "solid x\nendsolid x\n", false},
-        SniffCase{"WhitespaceLineIsNotEmpty", "solid x\n   \nfacet\n", false},
-        SniffCase{"NoSolid", "object\nfacet\n", false}, SniffCase{"SolidThenEnd", "solid", false},
-        SniffCase{"SolidThenOnlyEmptyLines", "solid\n\n\n", false},
-        // 254 characters fit the limit; one more sets the fail flag.
-        SniffCase{"FirstLineAtLimit", "solid" + std::string(249, 'x') + "\nfacet\n", true},
-        SniffCase{"FirstLineOverLimit", "solid" + std::string(250, 'x') + "\nfacet\n", false},
-        // A NUL ends the text a C string sees: "solid" after it does not count.
-        SniffCase{"SolidAfterNul", std::string("ab\0solid\nfacet\n", 15), false},
-        SniffCase{"Empty", "", false}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 // ---- Both formats give the same welded mesh ------------------------------------------------
 
@@ -74,28 +47,18 @@ class StlFormatTest : public ::testing::TestWithParam<Format> {};
 
 TEST_P(StlFormatTest, FileReadWeldsSharedCornersInOrderOfFirstAppearance) {
   const std::string path =
-      temp_path("square_" + std::to_string(static_cast<int>(GetParam())) + ".stl");
-  write_file(path, image_of(GetParam(), kSquare));
+      write_temp("square_" + std::to_string(static_cast<int>(GetParam())) + ".stl",
+                 image_of(GetParam(), kSquare));
   BaseTriMesh mesh;
+  mesh.add_vCoord(Vector3f(5, 5, 5));  // replaced, not kept
+  mesh.add_face(BaseTriFace(0, 0, 0));
   ASSERT_EQ(read_stl_mesh(path, mesh, nullptr), 0);
   EXPECT_EQ(vertices_of(mesh), (std::vector<Vector3f>{kA, kB, kC, kD}));
-  EXPECT_EQ(faces_of(mesh), (std::vector<std::array<int, 3>>{{0, 1, 2}, {0, 2, 3}}));
+  EXPECT_EQ(faces_of(mesh), (std::vector<BaseTriFace>{{0, 1, 2}, {0, 2, 3}}));
   // Normals are derived from the corners, not the 9s stored in the binary records.
   for (std::size_t i = 0; i < mesh.get_fn(); ++i) {
     EXPECT_EQ(mesh.get_fNrv(i), Vector3f(0, 0, 1)) << i;
   }
-}
-
-TEST_P(StlFormatTest, ReadReplacesWhatTheMeshHeld) {
-  const std::string path =
-      temp_path("replace_" + std::to_string(static_cast<int>(GetParam())) + ".stl");
-  write_file(path, image_of(GetParam(), {{kA, kB, kC}}));
-  BaseTriMesh mesh;
-  mesh.add_vCoord(Vector3f(5, 5, 5));
-  mesh.add_face(BaseTriFace(0, 0, 0));
-  ASSERT_EQ(read_stl_mesh(path, mesh, nullptr), 0);
-  EXPECT_EQ(mesh.get_vn(), 3u);
-  EXPECT_EQ(mesh.get_fn(), 1u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, StlFormatTest,
@@ -111,7 +74,7 @@ TEST(StlWeldTest, OnlyIdenticalBitsMerge) {
   BaseTriMesh mesh;
   ASSERT_EQ(addFacesGivenVertexes(soup, mesh), 0);
   EXPECT_EQ(mesh.get_vn(), 4u);
-  EXPECT_EQ(faces_of(mesh), (std::vector<std::array<int, 3>>{{0, 1, 2}, {3, 1, 2}}));
+  EXPECT_EQ(faces_of(mesh), (std::vector<BaseTriFace>{{0, 1, 2}, {3, 1, 2}}));
 }
 
 TEST(StlWeldTest, VertexSoupDropsLeftOverCornersAndAcceptsEmpty) {
@@ -150,8 +113,7 @@ TEST(StlWeldTest, LargeGridSharesEveryInnerVertex) {
     }
   }
   // The file reader welds chunk by chunk; chunk borders must not change the result.
-  const std::string path = temp_path("grid.stl");
-  write_file(path, image);
+  const std::string path = write_temp("grid.stl", image);
   BaseTriMesh from_file;
   ASSERT_EQ(read_stl_mesh(path, from_file, nullptr), 0);
   EXPECT_EQ(vertices_of(from_file), vertices_of(mesh));
@@ -170,8 +132,8 @@ void PrintTo(const BadBinaryCase& c, std::ostream* os) { *os << c.name; }
 class StlBadBinaryTest : public ::testing::TestWithParam<BadBinaryCase> {};
 
 TEST_P(StlBadBinaryTest, FileAndMemoryGiveCorruptLeaveMeshEmptyAndLog) {
-  const std::string path = temp_path(std::string("bad_") + GetParam().name + ".stl");
-  write_file(path, GetParam().image);
+  const std::string path =
+      write_temp(std::string("bad_") + GetParam().name + ".stl", GetParam().image);
   BaseTriMesh mesh;
   mesh.add_vCoord(kA);
   {
@@ -303,8 +265,8 @@ TEST_P(StlProgressTest, RisesFromZeroToHundredInWholeSteps) {
     tris.push_back({Vector3f(float(i), 0, 0), Vector3f(float(i), 1, 0), Vector3f(0, 0, 1)});
   }
   const std::string path =
-      temp_path("progress_" + std::to_string(static_cast<int>(GetParam())) + ".stl");
-  write_file(path, image_of(GetParam(), tris));
+      write_temp("progress_" + std::to_string(static_cast<int>(GetParam())) + ".stl",
+                 image_of(GetParam(), tris));
   std::vector<int> calls;
   BaseTriMesh mesh;
   ASSERT_EQ(read_stl_mesh(path, mesh, [&](const int& p) { calls.push_back(p); }), 0);
@@ -322,8 +284,7 @@ TEST(StlProgressFailureTest, FailuresStillEndAtHundred) {
   EXPECT_EQ(read_stl_mesh(temp_path("missing_for_progress.stl"), mesh, record), 2);
   expect_progress_shape(calls, false);
   calls.clear();
-  const std::string path = temp_path("progress_truncated.stl");
-  write_file(path, cut(binary_stl(kSquare), 10));
+  const std::string path = write_temp("progress_truncated.stl", cut(binary_stl(kSquare), 10));
   EXPECT_EQ(read_stl_mesh(path, mesh, record), kBaseReadCorrupt);
   expect_progress_shape(calls, false);
 }
@@ -365,7 +326,7 @@ TEST(SplitFileNameAliasTest, OutputMayAliasInput) {
 }
 
 }  // namespace
-}  // namespace Quorvex::test
+}  // namespace Quorvex
 
 namespace {
 
@@ -391,7 +352,10 @@ class RecordingMesh : public Quorvex::BaseTriMesh {
 // degenerate and -0.0 corners included, whatever the mesh held before.
 TEST(StlBinaryStoreTest, PlainAndDerivedMeshesHoldTheSameContent) {
   using Quorvex::Vector3f;
-  using namespace Quorvex::test;
+  using qxtest::binary_stl;
+  using qxtest::faces_of;
+  using qxtest::Triangle;
+  using qxtest::vertices_of;
   const std::vector<Triangle> tris = {
       {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)},
       {Vector3f(1, 0, 0), Vector3f(1, 1, 0), Vector3f(0, 1, 0)},

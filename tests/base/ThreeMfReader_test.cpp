@@ -7,11 +7,15 @@
 // lib3mf's C interface, only to write sample files.
 #include <Model/COM/NMR_DLLInterfaces.h>
 
-#include "MeshTestSupport.h"
 #include "quorvex/base/MeshReaders.h"
+#include "support/LogLines.h"
+#include "support/MeshSamples.h"
 
-namespace Quorvex::test {
+namespace Quorvex {
 namespace {
+
+using qxtest::temp_path;
+using ErrorLog = qxtest::LogLines;
 
 using NMR::PLib3MFBase;
 
@@ -110,21 +114,6 @@ void expect_vertices_near(const BaseTriMesh& mesh, const std::vector<Vector3f>& 
   }
 }
 
-TEST(ThreeMfReaderTest, PlainObjectKeepsVerticesAndFaces) {
-  ModelBuilder b;
-  b.add_build_item(b.add_mesh(kTetra, kTetraFaces), nullptr);
-  const std::string path = temp_path("plain.3mf");
-  b.write(path);
-  BaseTriMesh mesh;
-  ASSERT_EQ(read_3mf_mesh(path, mesh, true, true), 0);
-  expect_vertices_near(mesh, kTetra);
-  ASSERT_EQ(mesh.get_fn(), kTetraFaces.size());
-  for (std::size_t i = 0; i < kTetraFaces.size(); ++i) {
-    for (int c = 0; c < 3; ++c) EXPECT_EQ(mesh.get_face(i)[c], int(kTetraFaces[i][c]));
-  }
-  EXPECT_TRUE(mesh.get_fNrv(0).isApprox(Vector3f(0, 0, -1)));
-}
-
 // World = build item x outer component x inner component x vertex: with a scale and
 // translations that do not commute, any other order gives other positions.
 TEST(ThreeMfReaderTest, NestedComponentsComposeTransformsOutsideIn) {
@@ -164,8 +153,12 @@ TEST(ThreeMfReaderTest, BuildItemsAndComponentsAppendInOrder) {
   expected.insert(expected.end(), lifted.begin(), lifted.end());
   expect_vertices_near(mesh, expected);
   ASSERT_EQ(mesh.get_fn(), 9u);
+  for (std::size_t i = 0; i < kTetraFaces.size(); ++i) {
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(mesh.get_face(i)[c], int(kTetraFaces[i][c]));
+  }
   EXPECT_EQ(mesh.get_face(4), BaseTriFace(4, 5, 6));
   EXPECT_EQ(mesh.get_face(5), BaseTriFace(7, 9, 8));
+  EXPECT_TRUE(mesh.get_fNrv(0).isApprox(Vector3f(0, 0, -1)));
 }
 
 struct UnitCase {
@@ -265,15 +258,14 @@ TEST_P(ThreeMfCorruptTest, GivesThreeAndNamesTheFile) {
   if (kind == "Empty") {
     bad = "";
   } else if (kind == "NotZip") {
-    bad = ascii_stl({{kTetra[0], kTetra[1], kTetra[2]}});
+    bad = qxtest::ascii_stl({{kTetra[0], kTetra[1], kTetra[2]}});
   } else if (kind == "HalfZip") {
     bad = bytes.substr(0, bytes.size() / 2);
   } else {  // a zip whose compressed content is scrambled
     bad = bytes;
     for (std::size_t i = 60; i < bad.size() / 2; i += 7) bad[i] = static_cast<char>(bad[i] ^ 0x5a);
   }
-  const std::string path = temp_path(std::string("corrupt_") + GetParam() + ".3mf");
-  write_file(path, bad);
+  const std::string path = qxtest::write_temp(std::string("corrupt_") + GetParam() + ".3mf", bad);
   BaseTriMesh mesh;
   mesh.add_vCoord(Vector3f(1, 1, 1));
   ErrorLog log;
@@ -286,4 +278,4 @@ INSTANTIATE_TEST_SUITE_P(Files, ThreeMfCorruptTest,
                          ::testing::Values("Empty", "NotZip", "HalfZip", "Scrambled"));
 
 }  // namespace
-}  // namespace Quorvex::test
+}  // namespace Quorvex

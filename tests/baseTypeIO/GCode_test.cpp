@@ -3,22 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "quorvex/baseType/QuorvexPrintModel.h"
 #include "quorvex/baseTypeIO/TextFileWriter.h"
+#include "support/ModelSamples.h"
 
 namespace Quorvex {
 namespace {
 
-std::shared_ptr<Path> make_path(std::vector<Point2> pts, PathType type, float z = 0.2f) {
-  auto p = std::make_shared<Path>();
-  p->set_points(std::make_shared<Point2Vector>(pts));
-  p->set_type(type);
-  p->set_z(z);
-  return p;
+std::shared_ptr<Path> make_path(const std::vector<Point2>& pts, PathType type, float z = 0.2f) {
+  return qxtest::make_path(pts, type, z);
 }
 
 std::string layer_text(const Layer& layer, std::vector<StructureType> seq, std::size_t decimals = 2,
@@ -54,8 +52,7 @@ TEST(GCode, DefaultSequenceGivesOnlyTheLayerLines) {
 TEST(GCode, FillPairsMatchTheWorkedExample) {
   Layer layer;
   layer.set_z(7.0f);  // the path's own height is emitted, not the layer's
-  layer.add_fill_path(
-      make_path({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, PATH_TYPE_FILL_SEGMENTS_0, 0.2f));
+  layer.add_fill_path(make_path({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, PATH_TYPE_FILL_SEGMENTS_0, 0.2f));
   EXPECT_EQ(layer_text(layer, {STRUCTURE_FILL}),
             "(<layer> 7.00)\n(<fill>)\n"
             "M103\nG1 Z0.20\nG1 X0.00 Y0.00\nM101\n"
@@ -89,14 +86,14 @@ TEST_P(GCodeFillWalk, WritesTheStatedMoves) {
 
 INSTANTIATE_TEST_SUITE_P(
     Walks, GCodeFillWalk,
-    ::testing::Values(
-        FillWalkCase{"SegmentsTwoPoints", 3, 2, "G1 X1 Y0 Z1\n"},
-        FillWalkCase{"SegmentsThreePoints", 4, 3, "G1 X1 Y0 Z1\nM103\nG1 X2 Y0 Z1\nM101\nG1 X2 Y0 Z1\n"},
-        FillWalkCase{"SegmentsOnePoint", 6, 1, "G1 X0 Y0 Z1\n"},
-        FillWalkCase{"PolylineAllPoints", 8, 3, "G1 X1 Y0 Z1\nG1 X2 Y0 Z1\n"},
-        FillWalkCase{"PolylineLastType", 11, 2, "G1 X1 Y0 Z1\n"},
-        FillWalkCase{"OtherFillTravelOnly", 7, 3, ""},
-        FillWalkCase{"OuterInFillTravelOnly", 1, 3, ""}),
+    ::testing::Values(FillWalkCase{"SegmentsTwoPoints", 3, 2, "G1 X1 Y0 Z1\n"},
+                      FillWalkCase{"SegmentsThreePoints", 4, 3,
+                                   "G1 X1 Y0 Z1\nM103\nG1 X2 Y0 Z1\nM101\nG1 X2 Y0 Z1\n"},
+                      FillWalkCase{"SegmentsOnePoint", 6, 1, "G1 X0 Y0 Z1\n"},
+                      FillWalkCase{"PolylineAllPoints", 8, 3, "G1 X1 Y0 Z1\nG1 X2 Y0 Z1\n"},
+                      FillWalkCase{"PolylineLastType", 11, 2, "G1 X1 Y0 Z1\n"},
+                      FillWalkCase{"OtherFillTravelOnly", 7, 3, ""},
+                      FillWalkCase{"OuterInFillTravelOnly", 1, 3, ""}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(GCode, BoundaryOfAnyTypeWritesAllPoints) {
@@ -133,23 +130,13 @@ TEST_P(GCodeTags, OpeningColourAndClosingLines) {
   const TagCase& c = GetParam();
   Layer layer;
   auto p = make_path({{0, 0}, {1, 0}}, static_cast<PathType>(c.type));
-  switch (c.structure) {
-    case STRUCTURE_BOUNDARY:
-      layer.add_boundary_path(p);
-      break;
-    case STRUCTURE_EXTRA_SHELL:
-      layer.add_extraShell_path(p);
-      break;
-    case STRUCTURE_FILL:
-      layer.add_fill_path(p);
-      break;
-    case STRUCTURE_SUPPORT:
-      layer.add_support_path(p);
-      break;
-    case STRUCTURE_RAFT:
-      layer.add_raft_path(p);
-      break;
-  }
+  const std::map<StructureType, void (Layer::*)(std::shared_ptr<Path>)> add = {
+      {STRUCTURE_BOUNDARY, &Layer::add_boundary_path},
+      {STRUCTURE_EXTRA_SHELL, &Layer::add_extraShell_path},
+      {STRUCTURE_FILL, &Layer::add_fill_path},
+      {STRUCTURE_SUPPORT, &Layer::add_support_path},
+      {STRUCTURE_RAFT, &Layer::add_raft_path}};
+  (layer.*add.at(c.structure))(p);
   const std::string with = layer_text(layer, {c.structure}, 2, true);
   const std::string prefix = std::string("(<layer> -1.00)\n") + c.open + c.colour + "M103\n";
   EXPECT_EQ(with.substr(0, prefix.size()), prefix);
@@ -161,16 +148,25 @@ TEST_P(GCodeTags, OpeningColourAndClosingLines) {
 INSTANTIATE_TEST_SUITE_P(
     Table, GCodeTags,
     ::testing::Values(
-        TagCase{STRUCTURE_BOUNDARY, 1, "(<boundary outer>)\n", "(<colour> black>)\n", "(</boundary>)\n"},
-        TagCase{STRUCTURE_BOUNDARY, 2, "(<boundary inner>)\n", "(<colour> red>)\n", "(</boundary>)\n"},
-        TagCase{STRUCTURE_EXTRA_SHELL, 1, "(<extrashell outer>)\n", "(<colour> blue>)\n", "(</extrashell>)\n"},
-        TagCase{STRUCTURE_EXTRA_SHELL, 0, "(<extrashell inner>)\n", "(<colour> blue>)\n", "(</extrashell>)\n"},
+        TagCase{STRUCTURE_BOUNDARY, 1, "(<boundary outer>)\n", "(<colour> black>)\n",
+                "(</boundary>)\n"},
+        TagCase{STRUCTURE_BOUNDARY, 2, "(<boundary inner>)\n", "(<colour> red>)\n",
+                "(</boundary>)\n"},
+        TagCase{STRUCTURE_EXTRA_SHELL, 1, "(<extrashell outer>)\n", "(<colour> blue>)\n",
+                "(</extrashell>)\n"},
+        TagCase{STRUCTURE_EXTRA_SHELL, 0, "(<extrashell inner>)\n", "(<colour> blue>)\n",
+                "(</extrashell>)\n"},
         TagCase{STRUCTURE_FILL, 8, "(<fill>)\n", "(<colour> green>)\n", "(</fill>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 25, "(<support top>)\n", "(<colour> orange>)\n", "(</support>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 26, "(<support middle>)\n", "(<colour> orange>)\n", "(</support>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 27, "(<support base>)\n", "(<colour> orange>)\n", "(</support>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 28, "(<support base surrounding>)\n", "(<colour> yellow>)\n", "(</support>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 29, "(<support base surrounding>)\n", "(<colour> orange>)\n", "(</support>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 25, "(<support top>)\n", "(<colour> orange>)\n",
+                "(</support>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 26, "(<support middle>)\n", "(<colour> orange>)\n",
+                "(</support>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 27, "(<support base>)\n", "(<colour> orange>)\n",
+                "(</support>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 28, "(<support base surrounding>)\n", "(<colour> yellow>)\n",
+                "(</support>)\n"},
+        TagCase{STRUCTURE_SUPPORT, 29, "(<support base surrounding>)\n", "(<colour> orange>)\n",
+                "(</support>)\n"},
         TagCase{STRUCTURE_RAFT, 30, "(<raft base>)\n", "", "(</raft>)\n"},
         TagCase{STRUCTURE_RAFT, 31, "(<raft first-interface>)\n", "", "(</raft>)\n"},
         TagCase{STRUCTURE_RAFT, 32, "(<raft second-interface>)\n", "", "(</raft>)\n"},
@@ -253,8 +249,7 @@ TEST(TextFileWriter, MissingFolderFailsAndCreatesNothing) {
   Entity e;
   QuorvexPrintModel::get_quorvex_entity(e);
   EXPECT_EQ(write_gcode(dir + "/x.gcode", e, 4, {STRUCTURE_BOUNDARY}, false), RETVAL_FAILED);
-  EXPECT_EQ(write_gcode(dir + "/x.gcode", *e.get_layer(0), 4, {STRUCTURE_BOUNDARY}),
-            RETVAL_FAILED);
+  EXPECT_EQ(write_gcode(dir + "/x.gcode", *e.get_layer(0), 4, {STRUCTURE_BOUNDARY}), RETVAL_FAILED);
   std::ifstream probe(dir);
   EXPECT_FALSE(probe.is_open());
 }

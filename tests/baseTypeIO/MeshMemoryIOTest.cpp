@@ -8,15 +8,16 @@
 #include <string>
 #include <vector>
 
-#include "baseTypeIO/MeshTestSupport.h"
 #include "quorvex/base/StlSniff.h"
 #include "quorvex/baseTypeIO/MeshMemoryIO.h"
 #include "quorvex/baseTypeIO/ReadTriMesh.h"
+#include "support/MeshSamples.h"
 
 namespace Quorvex {
 namespace {
 
-using mesh_test::bytes_of;
+using qxtest::binary_stl;
+using qxtest::bytes_of;
 
 std::uint32_t u32_at(const std::vector<unsigned char>& b, std::size_t at) {
   return static_cast<std::uint32_t>(b[at]) | static_cast<std::uint32_t>(b[at + 1]) << 8 |
@@ -32,21 +33,6 @@ float f32_at(const std::vector<unsigned char>& b, std::size_t at) {
 
 Vector3f vec_at(const std::vector<unsigned char>& b, std::size_t at) {
   return Vector3f(f32_at(b, at), f32_at(b, at + 4), f32_at(b, at + 8));
-}
-
-std::string binary_stl(const std::string& header_start, const std::vector<Vector3f>& corners) {
-  std::string bytes = header_start;
-  bytes.resize(80, ' ');
-  const auto n = static_cast<std::uint32_t>(corners.size() / 3);
-  for (int k = 0; k < 4; ++k) bytes.push_back(static_cast<char>(n >> (8 * k)));
-  for (std::size_t f = 0; f < n; ++f) {
-    const float zero[3] = {0, 0, 0};
-    bytes.append(reinterpret_cast<const char*>(zero), 12);
-    for (int c = 0; c < 3; ++c)
-      bytes.append(reinterpret_cast<const char*>(corners[3 * f + c].data()), 12);
-    bytes.append(2, '\0');
-  }
-  return bytes;
 }
 
 const std::string kAsciiTriangle =
@@ -81,10 +67,11 @@ INSTANTIATE_TEST_SUITE_P(
         SniffCase{"solid_anywhere_in_line", "my solid part\nfacet\n", true},
         SniffCase{"solid_then_other", "solid x\nvertex 1 2 3\nfacet\n", false},
         SniffCase{"solid_only", "solid x\n", false},
+        SniffCase{"whitespace_line_is_not_empty", "solid x\n   \nfacet\n", false},
         SniffCase{"solid_without_newline", "solid x", false},
         SniffCase{"solid_then_blank_lines_only", "solid x\n\n\n", false},
         SniffCase{"no_solid", "facet\nfacet\n", false},
-        SniffCase{"binary_header_with_solid", binary_stl("solid binary", {}), false},
+        SniffCase{"binary_header_with_solid", binary_stl({}, "solid binary"), false},
         SniffCase{"first_line_of_255", "solid" + std::string(250, 'x') + "\nfacet\n", false},
         SniffCase{"first_line_of_254", "solid" + std::string(249, 'x') + "\nfacet\n", true},
         SniffCase{"long_second_line_still_looked_at", "solid\nfacet" + std::string(400, ' ') + "\n",
@@ -155,27 +142,12 @@ TEST(StlInMemory, AsciiBuffer) {
   EXPECT_EQ(mesh.get_face(0), BaseTriFace(0, 1, 2));
 }
 
-TEST(StlInMemory, BinaryWhoseHeaderBeginsWithSolid) {
-  const std::vector<Vector3f> corners = {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0),
-                                         Vector3f(0, 1, 0), Vector3f(1, 0, 0), Vector3f(1, 1, 0)};
-  BaseTriMesh mesh;
-  EXPECT_EQ(read_TriMesh_in_memory(bytes_of(binary_stl("solid made by a binary writer", corners)),
-                                   "STL", mesh),
-            IORET_OK);
-  EXPECT_EQ(mesh.get_vn(), 4u);
-  ASSERT_EQ(mesh.get_fn(), 2u);
-  EXPECT_EQ(mesh.get_face(1), BaseTriFace(2, 1, 3));
-}
-
+// The readers' own tests pin the damaged images; here only the code must come through.
 TEST(StlInMemory, TruncatedBinaryIsThree) {
-  std::string bytes = binary_stl("", {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)});
+  std::string bytes = binary_stl({{Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)}});
   bytes.pop_back();
   BaseTriMesh mesh;
   EXPECT_EQ(read_TriMesh_in_memory(bytes_of(bytes), "STL", mesh), 3);
-  // A face count far beyond the bytes is refused before anything is allocated.
-  std::string absurd(80, ' ');
-  absurd += std::string("\xff\xff\xff\x7f", 4);
-  EXPECT_EQ(read_TriMesh_in_memory(bytes_of(absurd), "STL", mesh), 3);
 }
 
 TEST(StlInMemory, WrittenImageReadsBackAsBinary) {
@@ -186,7 +158,8 @@ TEST(StlInMemory, WrittenImageReadsBackAsBinary) {
       {BaseTriFace(0, 2, 1), BaseTriFace(0, 1, 3), BaseTriFace(1, 2, 3), BaseTriFace(0, 3, 2)});
   std::vector<unsigned char> image;
   write_TriMesh_to_memory(image, mesh);
-  // The header is all spaces: no "solid", so binary.
+  // The header is all spaces: no "solid", so binary. The sniff table shows that a header
+  // beginning with "solid" is read as binary too.
   BaseTriMesh back;
   ASSERT_EQ(read_TriMesh_in_memory(image, "Stl", back), IORET_OK);
   EXPECT_EQ(back.get_vn(), 4u);

@@ -5,15 +5,16 @@
 #include <string>
 #include <vector>
 
-#include "baseTypeIO/MeshTestSupport.h"
 #include "quorvex/baseTypeIO/ObjReader.h"
+#include "support/LogLines.h"
+#include "support/MeshSamples.h"
 
 namespace Quorvex {
 namespace {
 
-using mesh_test::bytes_of;
-using mesh_test::ErrorLines;
-using mesh_test::faces_of;
+using qxtest::bytes_of;
+using qxtest::faces_of;
+using ErrorLines = qxtest::LogLines;
 
 // Counts the virtual operations the reader calls, in order.
 class RecordingMesh : public BaseTriMesh {
@@ -203,9 +204,9 @@ TEST(ObjReader, DroppedFacesAreCountedInOneLine) {
 
 TEST(ObjReader, FileReader) {
   const std::string path =
-      mesh_test::write_file("windows.obj",
-                            "# made by hand\r\nv 0 0 0\r\nv 1 0 0\r\nv 1 1 0\r\nv 0 1 0\r\n"
-                            "vn 0 0 1\r\nf 1//1 2//1 3//1 4//1\r\nf -4 -3 -1\r\n");
+      qxtest::write_temp("windows.obj",
+                         "# made by hand\r\nv 0 0 0\r\nv 1 0 0\r\nv 1 1 0\r\nv 0 1 0\r\n"
+                         "vn 0 0 1\r\nf 1//1 2//1 3//1 4//1\r\nf -4 -3 -1\r\n");
   BaseTriMesh mesh;
   EXPECT_EQ(read_obj_file(path, mesh), IORET_OK);
   EXPECT_EQ(mesh.get_vCoords(), kQuad);
@@ -217,7 +218,7 @@ TEST(ObjReader, FileReader) {
 TEST(ObjReader, MissingFileIsTwoWithItsLine) {
   ErrorLines errors;
   BaseTriMesh mesh;
-  const std::string path = mesh_test::temp_path("does_not_exist.obj");
+  const std::string path = qxtest::temp_path("does_not_exist.obj");
   EXPECT_EQ(read_obj_file(path, mesh), IORET_FILE_NOT_FOUND);
   ASSERT_EQ(errors.lines().size(), 1u);
   EXPECT_EQ(errors.lines()[0], "file " + path + " not exist!");

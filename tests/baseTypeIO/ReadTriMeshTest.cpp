@@ -1,18 +1,18 @@
-#include <Model/COM/NMR_DLLInterfaces.h>
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "baseTypeIO/MeshTestSupport.h"
 #include "quorvex/baseTypeIO/ReadTriMesh.h"
+#include "support/LogLines.h"
+#include "support/MeshSamples.h"
 
 namespace Quorvex {
 namespace {
 
-using mesh_test::bytes_of;
-using mesh_test::ErrorLines;
-using mesh_test::write_file;
+using qxtest::bytes_of;
+using qxtest::temp_path;
+using ErrorLines = qxtest::LogLines;
 
 const std::string kObjText = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\nf 1 2 3\nf 1 2 4\n";
 const std::string kStlText =
@@ -33,7 +33,7 @@ class DispatchTest : public ::testing::TestWithParam<DispatchCase> {};
 
 TEST_P(DispatchTest, ExtensionChoosesTheReaderInAnyCase) {
   const DispatchCase& c = GetParam();
-  const std::string path = write_file("dispatch.dat", kObjText);
+  const std::string path = qxtest::write_temp("dispatch.dat", kObjText);
   ErrorLines errors;
   BaseTriMesh mesh;
   int progress_calls = 0;
@@ -65,18 +65,16 @@ TEST_P(DispatchTest, ExtensionChoosesTheReaderInAnyCase) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Extensions, DispatchTest,
-                         ::testing::Values(DispatchCase{"OBJ", 'o'}, DispatchCase{"obj", 'o'},
-                                           DispatchCase{"oBj", 'o'}, DispatchCase{"STL", 's'},
-                                           DispatchCase{"stl", 's'}, DispatchCase{"sTl", 's'},
-                                           DispatchCase{"3MF", '3'}, DispatchCase{"3mf", '3'},
-                                           DispatchCase{"STP", 'p'}, DispatchCase{"stp", 'p'},
-                                           DispatchCase{"STEP", 'p'}, DispatchCase{"Step", 'p'}));
+                         ::testing::Values(DispatchCase{"OBJ", 'o'}, DispatchCase{"oBj", 'o'},
+                                           DispatchCase{"sTl", 's'}, DispatchCase{"3mf", '3'},
+                                           DispatchCase{"stp", 'p'}, DispatchCase{"STEP", 'p'},
+                                           DispatchCase{"Step", 'p'}));
 
 class RejectedExtensionTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(RejectedExtensionTest, IsOneWithTheTextAsPassed) {
   const std::string extension = GetParam();
-  const std::string path = write_file("rejected.stl", kStlText);
+  const std::string path = qxtest::write_temp("rejected.stl", kStlText);
   ErrorLines errors;
   BaseTriMesh mesh;
   EXPECT_EQ(read_TriMesh(path, mesh, extension, 0.004f, nullptr), IORET_BAD_FORMAT);
@@ -91,12 +89,13 @@ INSTANTIATE_TEST_SUITE_P(Extensions, RejectedExtensionTest,
 
 TEST(ReadTriMeshByName, ExtensionFromTheNameInAnyCase) {
   BaseTriMesh mesh;
-  EXPECT_EQ(read_TriMesh(write_file("named.ObJ", kObjText), mesh, 0.5f), IORET_OK);
+  EXPECT_EQ(read_TriMesh(qxtest::write_temp("named.ObJ", kObjText), mesh, 0.5f), IORET_OK);
   EXPECT_EQ(mesh.get_fn(), 2u);
   int last = -1;
   BaseTriMesh stl;
-  EXPECT_EQ(read_TriMesh(write_file("named.sTL", kStlText), stl, [&](const int& p) { last = p; }),
-            IORET_OK);
+  EXPECT_EQ(
+      read_TriMesh(qxtest::write_temp("named.sTL", kStlText), stl, [&](const int& p) { last = p; }),
+      IORET_OK);
   EXPECT_EQ(stl.get_fn(), 1u);
   EXPECT_EQ(last, 100);
 }
@@ -104,7 +103,8 @@ TEST(ReadTriMeshByName, ExtensionFromTheNameInAnyCase) {
 TEST(ReadTriMeshByName, LogLineShowsTheFoldedExtension) {
   ErrorLines errors;
   BaseTriMesh mesh;
-  EXPECT_EQ(read_TriMesh(write_file("model.xYz", kObjText), mesh, nullptr), IORET_BAD_FORMAT);
+  EXPECT_EQ(read_TriMesh(qxtest::write_temp("model.xYz", kObjText), mesh, nullptr),
+            IORET_BAD_FORMAT);
   ASSERT_EQ(errors.lines().size(), 1u);
   EXPECT_EQ(errors.lines()[0], "Should Input .STL , .3MF, .STP or .OBJ File! (XYZ)");
 }
@@ -112,9 +112,8 @@ TEST(ReadTriMeshByName, LogLineShowsTheFoldedExtension) {
 TEST(ReadTriMeshByName, NameWithoutExtensionIsOneWithoutALine) {
   ErrorLines errors;
   BaseTriMesh mesh;
-  EXPECT_EQ(read_TriMesh(mesh_test::temp_path("no_extension"), mesh, 0.004f), IORET_BAD_FORMAT);
-  EXPECT_EQ(read_TriMesh(mesh_test::temp_path("dir.d/no_extension"), mesh, nullptr),
-            IORET_BAD_FORMAT);
+  EXPECT_EQ(read_TriMesh(temp_path("no_extension"), mesh, 0.004f), IORET_BAD_FORMAT);
+  EXPECT_EQ(read_TriMesh(temp_path("dir.d/no_extension"), mesh, nullptr), IORET_BAD_FORMAT);
   EXPECT_TRUE(errors.lines().empty());
 }
 
@@ -122,8 +121,8 @@ TEST(ReadTriMeshByName, StepFileReadsNothing) {
   ErrorLines errors;
   BaseTriMesh mesh;
   mesh.set_vCoords({Vector3f(1, 2, 3)});
-  EXPECT_EQ(read_TriMesh(mesh_test::temp_path("part.step"), mesh, 0.25f), IORET_OK);
-  EXPECT_EQ(read_TriMesh(mesh_test::temp_path("part.STP"), mesh, nullptr), IORET_OK);
+  EXPECT_EQ(read_TriMesh(temp_path("part.step"), mesh, 0.25f), IORET_OK);
+  EXPECT_EQ(read_TriMesh(temp_path("part.STP"), mesh, nullptr), IORET_OK);
   EXPECT_EQ(mesh.get_fn(), 0u);
   EXPECT_EQ(errors.lines(), (std::vector<std::string>{".stp not supported", ".stp not supported"}));
 }
@@ -131,7 +130,7 @@ TEST(ReadTriMeshByName, StepFileReadsNothing) {
 TEST(ReadTriMeshByName, MissingObjFileIsTwo) {
   ErrorLines errors;
   BaseTriMesh mesh;
-  const std::string path = mesh_test::temp_path("missing.obj");
+  const std::string path = temp_path("missing.obj");
   EXPECT_EQ(read_TriMesh(path, mesh, 0.004f), IORET_FILE_NOT_FOUND);
   EXPECT_EQ(errors.lines(), (std::vector<std::string>{"file " + path + " not exist!"}));
 }
@@ -174,72 +173,6 @@ INSTANTIATE_TEST_SUITE_P(Extensions, InMemoryTest,
                                            MemoryCase{".obj", false, IORET_BAD_FORMAT, true},
                                            MemoryCase{"3MF", true, IORET_BAD_FORMAT, true},
                                            MemoryCase{"", true, IORET_BAD_FORMAT, true}));
-
-// ---- 3MF through the dispatch, written with lib3mf ----
-
-// Releases a lib3mf handle exactly once.
-class Handle {
- public:
-  Handle() = default;
-  ~Handle() {
-    if (p_) NMR::lib3mf_release(p_);
-  }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  NMR::PLib3MFBase** out() { return &p_; }
-  NMR::PLib3MFBase* get() const { return p_; }
-
- private:
-  NMR::PLib3MFBase* p_ = nullptr;
-};
-
-NMR::MODELTRANSFORM translation(float x, float y, float z) {
-  NMR::MODELTRANSFORM m{};
-  m.m_fFields[0][0] = m.m_fFields[1][1] = m.m_fFields[2][2] = 1.0f;
-  m.m_fFields[0][3] = x;
-  m.m_fFields[1][3] = y;
-  m.m_fFields[2][3] = z;
-  return m;
-}
-
-// One triangle; built once directly at (10, 0, 0) and once through a components object
-// that moves it by (0, 20, 0).
-std::string write_3mf(const std::string& name) {
-  const std::string path = mesh_test::temp_path(name);
-  Handle model, mesh, components, component, item1, item2, writer;
-  EXPECT_EQ(NMR::lib3mf_createmodel(model.out()), 0);
-  EXPECT_EQ(NMR::lib3mf_model_addmeshobject(model.get(), mesh.out()), 0);
-  NMR::MODELMESHVERTEX v[3] = {{{0, 0, 0}}, {{1, 0, 0}}, {{0, 1, 0}}};
-  NMR::MODELMESHTRIANGLE t[1] = {{{0, 1, 2}}};
-  EXPECT_EQ(NMR::lib3mf_meshobject_setgeometry(mesh.get(), v, 3, t, 1), 0);
-  EXPECT_EQ(NMR::lib3mf_model_addcomponentsobject(model.get(), components.out()), 0);
-  NMR::MODELTRANSFORM up = translation(0, 20, 0);
-  EXPECT_EQ(
-      NMR::lib3mf_componentsobject_addcomponent(components.get(), mesh.get(), &up, component.out()),
-      0);
-  NMR::MODELTRANSFORM right = translation(10, 0, 0);
-  EXPECT_EQ(NMR::lib3mf_model_addbuilditem(model.get(), mesh.get(), &right, item1.out()), 0);
-  EXPECT_EQ(NMR::lib3mf_model_addbuilditem(model.get(), components.get(), nullptr, item2.out()), 0);
-  EXPECT_EQ(NMR::lib3mf_model_querywriter(model.get(), "3mf", writer.out()), 0);
-  EXPECT_EQ(NMR::lib3mf_writer_writetofileutf8(writer.get(), path.c_str()), 0);
-  return path;
-}
-
-TEST(ReadTriMesh3mf, BuildItemsAndComponentsThroughTheDispatch) {
-  const std::string path = write_3mf("two_items.3Mf");
-  BaseTriMesh mesh;
-  ASSERT_EQ(read_TriMesh(path, mesh, nullptr), IORET_OK);
-  ASSERT_EQ(mesh.get_fn(), 2u);
-  std::vector<Vector3f> corners;
-  for (std::size_t f = 0; f < 2; ++f) {
-    for (int k = 0; k < 3; ++k) {
-      corners.push_back(mesh.get_vCoord(static_cast<std::size_t>(mesh.get_face(f)[k])));
-    }
-  }
-  EXPECT_EQ(corners,
-            (std::vector<Vector3f>{Vector3f(10, 0, 0), Vector3f(11, 0, 0), Vector3f(10, 1, 0),
-                                   Vector3f(0, 20, 0), Vector3f(1, 20, 0), Vector3f(0, 21, 0)}));
-}
 
 }  // namespace
 }  // namespace Quorvex

@@ -43,18 +43,30 @@ TEST(ArchiveStreamAdapter, ZeroCountAndNullBufferOnStreams) {
   EXPECT_TRUE(os.good());
 }
 
-TEST(ArchiveStreamAdapter, UnopenedFilesGiveNullAdapters) {
+// A handle built on a closed file is null for good, even once the file opens.
+TEST(ArchiveStreamAdapter, ClosedFilesGiveNullAdapters) {
+  const std::string path =
+      ::testing::TempDir() + "qx_stream_reopen_" + std::to_string(::getpid()) + ".bin";
+  { std::ofstream(path, std::ios::binary) << "data"; }
   std::ifstream in;
   ReadAble r(in);
-  char buf[4] = {'x', 'x', 'x', 'x'};
+  in.open(path, std::ios::binary);
+  ASSERT_TRUE(in.is_open());
   EXPECT_TRUE(r.is_null());
+  EXPECT_TRUE(r.has_failed());
+  char buf[4] = {'x', 'x', 'x', 'x'};
   EXPECT_FALSE(r.read(buf, 4));
   EXPECT_EQ(buf[0], 'x');
-  EXPECT_EQ(r.tell(), 0);
   EXPECT_EQ(r.size(), 0);
-  EXPECT_TRUE(r.has_failed());
-  r.seek(10);
+  r.seek(3);
   EXPECT_EQ(r.tell(), 0);
+  EXPECT_EQ(in.tellg(), 0);
+  ReadAble r2(in);
+  EXPECT_FALSE(r2.is_null());
+  EXPECT_TRUE(r2.read(buf, 4));
+  EXPECT_EQ(std::string(buf, 4), "data");
+  in.close();
+  std::remove(path.c_str());
 
   std::ofstream out;
   WriteAble w(out);
@@ -64,57 +76,13 @@ TEST(ArchiveStreamAdapter, UnopenedFilesGiveNullAdapters) {
   EXPECT_EQ(w.seek(3), -1);
 }
 
-TEST(ArchiveStreamAdapter, ClosedFileHandleStaysNullAfterTheFileOpens) {
-  const std::string path =
-      ::testing::TempDir() + "qx_stream_reopen_" + std::to_string(::getpid()) + ".bin";
-  { std::ofstream(path, std::ios::binary) << "data"; }
-  std::ifstream in;
-  ReadAble r(in);
-  in.open(path, std::ios::binary);
-  ASSERT_TRUE(in.is_open());
-  EXPECT_TRUE(r.is_null());
-  char buf[4];
-  EXPECT_FALSE(r.read(buf, 4));
-  EXPECT_EQ(in.tellg(), 0);
-  // A handle built on the open file reads it.
-  ReadAble r2(in);
-  EXPECT_FALSE(r2.is_null());
-  EXPECT_TRUE(r2.read(buf, 4));
-  EXPECT_EQ(std::string(buf, 4), "data");
-  in.close();
-  std::remove(path.c_str());
-}
-
-TEST(ArchiveStreamAdapter, PlainStreamHandleIsNeverNull) {
-  std::istringstream is("");
-  is.setstate(std::ios::failbit | std::ios::eofbit);
-  ReadAble r(is);
-  EXPECT_FALSE(r.is_null());
-  EXPECT_TRUE(r.has_failed());
-  char c = 0;
-  EXPECT_TRUE(r.read(&c, 1));  // the call was made; the stream tells the rest
-}
-
-TEST(ArchiveStreamAdapter, SizeKeepsThePosition) {
+TEST(ArchiveStreamAdapter, SizeKeepsThePositionAndSeekThenWriteOverwrites) {
   std::istringstream is(std::string(40, 'z'));
   ReadAble r(is);
   r.seek(17);
   EXPECT_EQ(r.size(), 40);
   EXPECT_EQ(r.tell(), 17);
-  EXPECT_EQ(is.tellg(), 17);
-}
 
-TEST(ArchiveStreamAdapter, EndOfDataCountsAsFailure) {
-  std::istringstream is("ab");
-  ReadAble r(is);
-  char buf[2];
-  r.read(buf, 2);
-  EXPECT_FALSE(r.has_failed());
-  r.read(buf, 1);
-  EXPECT_TRUE(r.has_failed());
-}
-
-TEST(ArchiveStreamAdapter, SeekThenWriteOverwrites) {
   std::ostringstream os;
   WriteAble w(os);
   w.write("abcdef", 6);
@@ -126,39 +94,19 @@ TEST(ArchiveStreamAdapter, SeekThenWriteOverwrites) {
   EXPECT_EQ(w.tell(), 7);
 }
 
+// Copies share one adapter; the last one gone leaves the stream to its owner.
 TEST(ArchiveStreamHandle, CopiesShareOneAdapterAndNeverOwnTheStream) {
   std::ostringstream os;
   auto* first = new WriteAble(os);
-  EXPECT_EQ(first->use_count(), 1u);
   WriteAble second(*first);
+  second = second;
   EXPECT_EQ(first->use_count(), 2u);
-  {
-    WriteAble third(os);  // a new adapter, counted on its own
-    EXPECT_EQ(third.use_count(), 1u);
-    third = second;
-    EXPECT_EQ(second.use_count(), 3u);
-  }
-  EXPECT_EQ(second.use_count(), 2u);
   delete first;
   EXPECT_EQ(second.use_count(), 1u);
-  EXPECT_TRUE(second.write("ok", 2));
-  EXPECT_EQ(os.str(), "ok");
-  // Operators take the handle by value and give one back on the same adapter.
   WriteAble chained = second << std::uint64_t{1} << std::uint64_t{2};
   EXPECT_EQ(second.use_count(), 2u);
-  EXPECT_EQ(os.str().size(), 18u);
+  EXPECT_EQ(os.str().size(), 16u);
   EXPECT_TRUE(os.good());
-}
-
-TEST(ArchiveStreamHandle, SelfAssignmentKeepsTheAdapter) {
-  std::istringstream is("abcd");
-  ReadAble r(is);
-  ReadAble& alias = r;
-  r = alias;
-  EXPECT_EQ(r.use_count(), 1u);
-  char buf[4];
-  EXPECT_TRUE(r.read(buf, 4));
-  EXPECT_EQ(std::string(buf, 4), "abcd");
 }
 
 // ---- primitive encodings
@@ -261,27 +209,12 @@ TEST(PrimitiveDecoding, NegativeLengthsGiveEmptyTargetsAndConsumeFourBytes) {
   EXPECT_TRUE(compact.empty());
 }
 
-TEST(PrimitiveDecoding, RoundTripsChainOnOneHandle) {
-  std::stringstream ss;
-  WriteAble(ss) << std::string("name") << std::vector<Point2>{{1, 2}, {3, 4}, {5, 6}}
-                << std::string("");
-  const std::int32_t answer = 42;
-  ss.write(reinterpret_cast<const char*>(&answer), 4);
-  std::string a = "x", b = "y";
-  std::vector<Point2> v;
-  int i = 0;
-  ReadAble(ss) >> a >> v >> b >> i;
-  EXPECT_EQ(a, "name");
-  ASSERT_EQ(v.size(), 3u);
-  EXPECT_EQ(v[2].x, 5.0f);
-  EXPECT_EQ(v[2].y, 6.0f);
-  EXPECT_EQ(b, "");
-  EXPECT_EQ(i, 42);
-}
-
 TEST(PrimitiveDecoding, PastTheEndValuesAreEmptyAndTheStreamTellsWhy) {
-  std::istringstream is("");
+  std::istringstream is("ab");
   ReadAble r(is);
+  char two[2];
+  r.read(two, 2);
+  EXPECT_FALSE(r.has_failed());  // the last byte read is no failure yet
   int i = 7;
   std::string s = "x";
   std::vector<Point2> v{{1, 1}};

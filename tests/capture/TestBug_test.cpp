@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <regex>
 #include <sstream>
@@ -80,19 +81,6 @@ class TestBugTest : public ::testing::Test {
   std::string dir_;
 };
 
-TEST_F(TestBugTest, DisabledHookTouchesNothing) {
-  gDAConfig.enabled = false;
-  for (bool write : {true, false}) {
-    gDAConfig.write_mode = write;
-    gDAConfig.replay_ok = true;
-    std::vector<Point2> loop{{1, 2}};
-    EXPECT_EQ(hook(loop), "");
-    EXPECT_EQ(loop.size(), 1u);
-    EXPECT_TRUE(gDAConfig.replay_ok);
-  }
-  EXPECT_TRUE(files_in(dir_).empty());
-}
-
 TEST_F(TestBugTest, CaptureWritesTheFileByteForByte) {
   std::vector<Point2> loop{{1, 2}, {3, 4}};
   EXPECT_EQ(hook(loop), "");
@@ -124,11 +112,16 @@ TEST_F(TestBugTest, CaptureWritesTheFileByteForByte) {
   EXPECT_EQ(slurp(dir_ + "/" + kCall + ".tb").size(), f.size() - 8);
 }
 
-TEST_F(TestBugTest, ReplayRestoresTheCapturedLoop) {
+TEST_F(TestBugTest, ReplayRestoresTheCapturedLoopOrLeavesTheArgument) {
+  gDAConfig.replay_ok = true;
+  std::vector<Point2> target{{4, 4}};
+  EXPECT_EQ(replay(target), "");  // no file yet
+  EXPECT_FALSE(gDAConfig.replay_ok);
+  EXPECT_EQ(target.size(), 1u);
+
   std::vector<Point2> loop{{1, 2}, {3, 4}, {5, 6}};
   hook(loop);
-  std::vector<Point2> target(10, Point2(9, 9));
-  gDAConfig.replay_ok = false;
+  target.assign(10, Point2(9, 9));
   EXPECT_EQ(replay(target), "Opened testbug file: " + dir_ + "/" + kCall + ".tb\n");
   EXPECT_TRUE(gDAConfig.replay_ok);
   ASSERT_EQ(target.size(), 3u);
@@ -148,26 +141,17 @@ TEST_F(TestBugTest, ReplayPrefersTheBareName) {
   EXPECT_EQ(target.size(), 2u);
 }
 
-TEST_F(TestBugTest, ReplayWithoutFileLeavesTheArgument) {
-  gDAConfig.replay_ok = true;
-  std::vector<Point2> target{{4, 4}};
-  EXPECT_EQ(replay(target), "");
-  EXPECT_FALSE(gDAConfig.replay_ok);
-  EXPECT_EQ(target.size(), 1u);
-}
-
 TEST_F(TestBugTest, ReplayOfOtherNamesIsRefused) {
   std::vector<Point2> loop{{1, 2}, {3, 4}};
   hook(loop, kCall, "lopp");
   std::vector<Point2> target{{7, 7}};
   gDAConfig.replay_ok = true;
   const std::string out = replay(target);
-  EXPECT_EQ(out, "Opened testbug file: " + dir_ + "/" + kCall +
-                     ".tb\n"
-                     "Error! Parameter Unmatch! \nExpect parameters: \nloop\n"
-                     "Read File parameters: \nlopp\n"
-                     "Error! Parameter Unmatch! \nExpect parameters: \nloop\n"
-                     "Read File parameters: \n\n");
+  // The reader's own lines are pinned by the record tests.
+  EXPECT_EQ(
+      out.rfind("Opened testbug file: " + dir_ + "/" + kCall + ".tb\nError! Parameter Unmatch!", 0),
+      0u)
+      << out;
   EXPECT_FALSE(gDAConfig.replay_ok);
   ASSERT_EQ(target.size(), 1u);
   EXPECT_EQ(target[0].x, 7.0f);
@@ -230,22 +214,34 @@ TEST_F(TestBugTest, InnerAndEncodedNamesAreNotReplayedByTheirCallName) {
   }
 }
 
-TEST_F(TestBugTest, SelectedOnlyCapturesSelectedCalls) {
-  gDAConfig.selected_only = true;
-  std::vector<Point2> loop{{1, 2}};
-  hook(loop);
-  EXPECT_TRUE(files_in(dir_).empty());
-  gDAConfig.add_selected(kCall);
-  hook(loop);
-  EXPECT_EQ(files_in(dir_).size(), 1u);
+// Configurations in which the hook neither writes, prints nor changes the argument; when
+// disabled or with its stream closed, replay leaves replay_ok alone too.
+TEST_F(TestBugTest, InertConfigurationsTouchNothing) {
+  const std::function<void()> configs[] = {
+      [] { gDAConfig.enabled = false; }, [] { gDAConfig.single_stream = true; },
+      [this] { gDAConfig.set_store_path(dir_ + "/missing/deeper"); },
+      [] { gDAConfig.selected_only = true; }};
+  for (int i = 0; i < 4; ++i) {
+    SetUp();
+    configs[i]();
+    std::vector<Point2> loop{{1, 2}};
+    EXPECT_EQ(hook(loop), "") << i;
+    gDAConfig.replay_ok = true;
+    if (i < 2) {
+      EXPECT_EQ(replay(loop), "") << i;
+      EXPECT_TRUE(gDAConfig.replay_ok) << i;
+    }
+    EXPECT_EQ(loop.size(), 1u) << i;
+    EXPECT_TRUE(files_in(dir_).empty()) << i;
+  }
 }
 
-TEST_F(TestBugTest, CaptureIntoAMissingFolderDoesNothing) {
-  gDAConfig.set_store_path(dir_ + "/missing/deeper");
+TEST_F(TestBugTest, SelectedOnlyCapturesSelectedCalls) {
+  gDAConfig.selected_only = true;
+  gDAConfig.add_selected(kCall);
   std::vector<Point2> loop{{1, 2}};
-  EXPECT_EQ(hook(loop), "");
-  EXPECT_EQ(loop.size(), 1u);
-  EXPECT_TRUE(files_in(dir_).empty());
+  hook(loop);
+  EXPECT_EQ(files_in(dir_).size(), 1u);
 }
 
 // Parses the shared stream back into (call name, record bytes) pairs.
@@ -303,17 +299,6 @@ TEST_F(TestBugTest, SharedStreamRecordsChainByTheirSize) {
   EXPECT_EQ(s, rec_a + rec_b);
   EXPECT_EQ(split_records(s).size(), 2u);
   EXPECT_EQ(second.size(), 1001u);
-}
-
-TEST_F(TestBugTest, SharedStreamClosedDoesNothing) {
-  gDAConfig.single_stream = true;
-  std::vector<Point2> loop{{1, 2}};
-  EXPECT_EQ(hook(loop), "");
-  gDAConfig.write_mode = false;
-  gDAConfig.replay_ok = true;
-  EXPECT_EQ(hook(loop), "");
-  EXPECT_TRUE(gDAConfig.replay_ok);
-  EXPECT_TRUE(files_in(dir_).empty());
 }
 
 TEST_F(TestBugTest, ConcurrentRecordsNeverInterleave) {

@@ -199,39 +199,6 @@ TEST(FillLine, TouchingLoopsCancelOnTheSharedSide) {
   }
 }
 
-class FillLineAngles : public ::testing::TestWithParam<float> {};
-
-TEST_P(FillLineAngles, SegmentsRunAlongTheAngleAndEndOnTheBoundary) {
-  const float angle = GetParam();
-  const Loops loops = {rect(-10, -10, 10, 10)};
-  const Lines lines = fill(loops, 0.5f, angle, 0.0f, false);
-  ASSERT_GT(lines.size(), 30u);
-  const double a = angle * M_PI / 180.0;
-  const double ux = std::cos(a), uy = std::sin(a);
-  double previous_offset = -1e9;
-  for (const auto& l : lines) {
-    ASSERT_EQ(l->size(), 2u);
-    const Point2& p = (*l)[0];
-    const Point2& q = (*l)[1];
-    // Along the fill direction, from smaller to larger coordinate along it.
-    const double dx = q.x - p.x, dy = q.y - p.y;
-    // Ends rotated in float stray by about 1e-6 of the coordinates.
-    EXPECT_NEAR(dx * uy - dy * ux, 0.0, 1e-4);
-    EXPECT_GE(dx * ux + dy * uy, -1e-4);
-    // Both ends on the square's outline.
-    for (const Point2& e : {p, q}) {
-      EXPECT_NEAR(std::max(std::fabs(e.x), std::fabs(e.y)), 10.0, 1e-4);
-    }
-    // Lines ascend across the fill direction.
-    const double offset = -p.x * uy + p.y * ux;
-    EXPECT_GT(offset, previous_offset);
-    previous_offset = offset;
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Angles, FillLineAngles,
-                         ::testing::Values(0.0f, 45.0f, 90.0f, 17.3f, -63.0f, 135.0f, 271.5f));
-
 TEST(FillLine, GridIsSharedAcrossRegions) {
   // Two regions at the same angle share scan heights where both have lines.
   const Lines a = fill({rect(0, 0.3f, 5, 7.7f)}, 1.0f, 0.0f, 0.0f, false);

@@ -51,7 +51,7 @@ constexpr unsigned kScenarios = 60;
 
 class FillProperty : public ::testing::TestWithParam<unsigned> {};
 
-TEST_P(FillProperty, PlainSegmentsLieInsideAndGapsOutside) {
+TEST_P(FillProperty, PlainSegmentsRunAlongTheAngleInsideAndGapsOutside) {
   const Scenario s = make_scenario(GetParam());
   Lines lines;
   ASSERT_EQ(get_fill_line_from_loops(s.loops, lines, s.spacing, s.angle, 0.0f, false), RETVAL_OK);
@@ -59,11 +59,17 @@ TEST_P(FillProperty, PlainSegmentsLieInsideAndGapsOutside) {
   const double a = s.angle * M_PI / 180.0;
   const double ux = std::cos(a), uy = std::sin(a);
   const double tolerance = 1e-3;
+  double previous_offset = -1e9;
   for (const auto& l : lines) {
     ASSERT_EQ(l->size() % 2, 0u);
     ASSERT_GE(l->size(), 2u);
+    // Each line lies across the fill direction at one offset; lines ascend in offset.
+    const double offset = -(*l)[0].x * uy + (*l)[0].y * ux;
+    EXPECT_GT(offset, previous_offset);
+    previous_offset = offset;
     for (size_t j = 0; j < l->size(); ++j) {
       const Point2& p = (*l)[j];
+      EXPECT_NEAR(-p.x * uy + p.y * ux, offset, tolerance);
       // Every end lies on the outline.
       EXPECT_LT(fill_test::distance_to_outline(s.loops, p.x, p.y), tolerance);
       if (j + 1 == l->size()) break;

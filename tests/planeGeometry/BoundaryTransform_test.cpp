@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <ostream>
@@ -20,80 +21,36 @@ Loop make_loop(std::initializer_list<Point2> points) {
 
 // ---- boxes ----
 
-TEST(BoundaryBbox, MinimaFirstThenMaxima) {
-  AABB2D box;
-  get_boundary_bbox(make_loop({{3, -1}, {-2, 4}, {0.5f, 7}}), box.min_x, box.min_y, box.max_x,
-                    box.max_y);
-  EXPECT_EQ(box.min_x, -2.0f);
-  EXPECT_EQ(box.min_y, -1.0f);
-  EXPECT_EQ(box.max_x, 3.0f);
-  EXPECT_EQ(box.max_y, 7.0f);
+void expect_box(const float (&got)[4], float x0, float y0, float x1, float y1) {
+  EXPECT_EQ(got[0], x0);
+  EXPECT_EQ(got[1], y0);
+  EXPECT_EQ(got[2], x1);
+  EXPECT_EQ(got[3], y1);
 }
 
-TEST(BoundaryBbox, SinglePointIsADegenerateBox) {
-  float a, b, c, d;
-  get_boundary_bbox(make_loop({{-kMax, kMax}}), a, b, c, d);
-  EXPECT_EQ(a, -kMax);
-  EXPECT_EQ(b, kMax);
-  EXPECT_EQ(c, -kMax);
-  EXPECT_EQ(d, kMax);
-}
-
-TEST(BoundaryBbox, OutputsAreResetOnEveryCall) {
-  float a = -1e30f, b = -1e30f, c = 1e30f, d = 1e30f;
-  get_boundary_bbox(make_loop({{1, 2}}), a, b, c, d);
-  EXPECT_EQ(a, 1.0f);
-  EXPECT_EQ(b, 2.0f);
-  EXPECT_EQ(c, 1.0f);
-  EXPECT_EQ(d, 2.0f);
-}
-
-struct EmptyBoxCase {
-  const char* name;
-  ConstLoops loops;
-  friend void PrintTo(const EmptyBoxCase& c, std::ostream* os) { *os << c.name; }
-};
-
-class EmptyBoundarys : public ::testing::TestWithParam<EmptyBoxCase> {};
-
-// Nothing to measure: minima stay at the largest float, maxima at its negative.
-TEST_P(EmptyBoundarys, LeaveTheInvertedBox) {
-  float a = 0, b = 0, c = 0, d = 0;
-  get_boundarys_bbox(GetParam().loops, a, b, c, d);
-  EXPECT_EQ(a, kMax);
-  EXPECT_EQ(b, kMax);
-  EXPECT_EQ(c, -kMax);
-  EXPECT_EQ(d, -kMax);
-  EXPECT_GT(a, c);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, EmptyBoundarys,
-    ::testing::Values(EmptyBoxCase{"no_loops", {}},
-                      EmptyBoxCase{"one_empty_loop", {std::make_shared<Point2Vector>()}},
-                      EmptyBoxCase{
-                          "two_empty_loops",
-                          {std::make_shared<Point2Vector>(), std::make_shared<Point2Vector>()}}),
-    [](const ::testing::TestParamInfo<EmptyBoxCase>& info) { return info.param.name; });
-
-TEST(BoundaryBbox, EmptySingleLoopLeavesTheInvertedBox) {
-  float a, b, c, d;
-  get_boundary_bbox(std::make_shared<Point2Vector>(), a, b, c, d);
-  EXPECT_EQ(a, kMax);
-  EXPECT_EQ(b, kMax);
-  EXPECT_EQ(c, -kMax);
-  EXPECT_EQ(d, -kMax);
-}
-
-TEST(BoundarysBbox, SpansAllLoopsAndSkipsEmptyOnes) {
-  float a, b, c, d;
+TEST(BoundaryBbox, MinimaFirstThenMaximaResetOnEveryCall) {
+  float b[4] = {-1e30f, -1e30f, 1e30f, 1e30f};
+  get_boundary_bbox(make_loop({{3, -1}, {-2, 4}, {0.5f, 7}}), b[0], b[1], b[2], b[3]);
+  expect_box(b, -2, -1, 3, 7);
+  get_boundary_bbox(make_loop({{-kMax, kMax}}), b[0], b[1], b[2], b[3]);
+  expect_box(b, -kMax, kMax, -kMax, kMax);
   get_boundarys_bbox(
       {make_loop({{0, 0}, {1, 1}}), std::make_shared<Point2Vector>(), make_loop({{-5, 2}, {3, 9}})},
-      a, b, c, d);
-  EXPECT_EQ(a, -5.0f);
-  EXPECT_EQ(b, 0.0f);
-  EXPECT_EQ(c, 3.0f);
-  EXPECT_EQ(d, 9.0f);
+      b[0], b[1], b[2], b[3]);
+  expect_box(b, -5, 0, 3, 9);
+}
+
+// Nothing to measure: minima stay at the largest float, maxima at its negative.
+TEST(BoundaryBbox, EmptyInputLeavesTheInvertedBox) {
+  float b[4] = {0, 0, 0, 0};
+  get_boundary_bbox(std::make_shared<Point2Vector>(), b[0], b[1], b[2], b[3]);
+  expect_box(b, kMax, kMax, -kMax, -kMax);
+  for (const ConstLoops& loops : {ConstLoops{}, ConstLoops{std::make_shared<Point2Vector>(),
+                                                           std::make_shared<Point2Vector>()}}) {
+    std::fill(b, b + 4, 0.0f);
+    get_boundarys_bbox(loops, b[0], b[1], b[2], b[3]);
+    expect_box(b, kMax, kMax, -kMax, -kMax);
+  }
 }
 
 // ---- translation ----

@@ -127,6 +127,8 @@ TEST(LoopAreaTest, ClosingEdgeCounts) {
 }
 
 // ---- get_number_of_intersections_to_left, is_point_in_loop ----
+// The table pins the tie rules and the vertex tolerance; edges, vertices and horizontal runs
+// at large are compared with the step-by-step rule below.
 
 struct RayCase {
   std::string name;
@@ -152,14 +154,8 @@ INSTANTIATE_TEST_SUITE_P(
         RayCase{"one_point_other", {{2, 3}}, {5, 3}, 0},
         RayCase{"inside", kUnitSquare, {0.5f, 0.5f}, 1},
         RayCase{"right_of_square", kUnitSquare, {2, 0.5f}, 2},
-        RayCase{"left_of_square", kUnitSquare, {-1, 0.5f}, 0},
-        RayCase{"vertex", kUnitSquare, {1, 1}, 1}, RayCase{"origin_vertex", kUnitSquare, {0, 0}, 1},
-        RayCase{"bottom_edge", kUnitSquare, {0.5f, 0}, 1},
-        RayCase{"top_edge", kUnitSquare, {0.5f, 1}, 1},
-        RayCase{"vertical_edge", kUnitSquare, {1, 0.25f}, 1},
-        RayCase{"right_of_horizontal_edge", kUnitSquare, {3, 1}, 0},
+        RayCase{"vertex", kUnitSquare, {1, 1}, 1},
         RayCase{"diamond_through_vertices", kDiamond, {2, 0}, 2},
-        RayCase{"diamond_inside_at_vertex_height", kDiamond, {0.5f, 0}, 1},
         RayCase{"local_minimum_counts_twice", kValley, {5, 1}, 2},
         RayCase{"local_maximum_counts_never", kPeak, {5, 1}, 0},
         // Within 1e-14 of a vertex in both coordinates: on the loop, though outside.
@@ -170,9 +166,7 @@ INSTANTIATE_TEST_SUITE_P(
         RayCase{"vertex_tolerance_first_float_outside",
                 kUnitSquare,
                 {-0x1.6849bap-47f, -0x1.6849bap-47f},
-                0},
-        RayCase{"L_notch_outside", kL, {1.5f, 1.5f}, 2},
-        RayCase{"L_arm_inside", kL, {0.5f, 1.5f}, 1}, RayCase{"L_reflex_vertex", kL, {1, 1}, 1}),
+                0}),
     [](const auto& info) { return info.param.name; });
 
 // The counting rule step by step, one edge after another, as the reference for the
@@ -329,24 +323,21 @@ Loop rectangle_with_side_points() {
 INSTANTIATE_TEST_SUITE_P(
     Loops, SimpleDirectionTest,
     ::testing::Values(
-        DirectionCase{"unit_square", kUnitSquare, true},
-        DirectionCase{"unit_square_reversed", reversed(kUnitSquare), false},
-        DirectionCase{"L_shape", kL, true}, DirectionCase{"L_shape_reversed", reversed(kL), false},
-        DirectionCase{"side_points", rectangle_with_side_points(), true},
-        DirectionCase{"side_points_reversed", reversed(rectangle_with_side_points()), false},
         // Every cross product is 1e-6, below the vote's threshold: the area decides.
         DirectionCase{"tiny_square", {{0, 0}, {0.001f, 0}, {0.001f, 0.001f}, {0, 0.001f}}, true},
         DirectionCase{
             "tiny_square_reversed", {{0, 0.001f}, {0.001f, 0.001f}, {0.001f, 0}, {0, 0}}, false},
-        DirectionCase{"one_point", {{1, 1}}, false}, DirectionCase{"empty", {}, false},
-        DirectionCase{"diamond", kDiamond, true}),
+        DirectionCase{"one_point", {{1, 1}}, false}, DirectionCase{"empty", {}, false}),
     [](const auto& info) { return info.param.name; });
 
+// Where the vote is clear it agrees with the sign of the area, both ways round.
 TEST(SimpleDirectionTest, AgreesWithAreaOnPolygons) {
-  for (int n : {3, 5, 8, 64, 1000}) {
-    const Loop loop = circle(n, 50.0f);
-    EXPECT_TRUE(is_widdershins_simple(loop)) << n;
-    EXPECT_FALSE(is_widdershins_simple(reversed(loop))) << n;
+  std::vector<Loop> loops = {kUnitSquare, kL, kDiamond, rectangle_with_side_points()};
+  for (int n : {3, 5, 8, 64, 1000}) loops.push_back(circle(n, 50.0f));
+  for (const Loop& loop : loops) {
+    ASSERT_TRUE(is_widdershins(loop));
+    EXPECT_TRUE(is_widdershins_simple(loop)) << loop.size();
+    EXPECT_FALSE(is_widdershins_simple(reversed(loop))) << loop.size();
   }
 }
 

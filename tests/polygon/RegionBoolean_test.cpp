@@ -101,19 +101,11 @@ TEST(ClassifiedRegionScale, OneAndAHalfUnitsBecomeOneUnit) {
   EXPECT_EQ(min_x, 1e-7f);
 }
 
-TEST(ClassifiedRegionFailure, OutOfRangePassesTheEngineExceptionThrough) {
+// The engine's message is pinned by the Clipper tests.
+TEST(ClassifiedRegionFailure, OutOfRangeThrowsAndNullHandleReadsAsAnEmptyLoop) {
   Regions regions;
-  std::string what;
-  try {
-    get_classified_region({square(0, 0, 5e11f)}, regions, pftNonZero);
-  } catch (const ClipperLib::clipperException& e) {
-    what = e.what();
-  }
-  EXPECT_EQ(what, "Coordinate outside allowed range");
-}
-
-TEST(ClassifiedRegionFailure, NullHandleReadsAsAnEmptyLoop) {
-  Regions regions;
+  EXPECT_THROW(get_classified_region({square(0, 0, 5e11f)}, regions, pftNonZero),
+               ClipperLib::clipperException);
   EXPECT_EQ(get_classified_region({nullptr, square(0, 0, 1)}, regions, pftNonZero), RETVAL_OK);
   EXPECT_EQ(regions.size(), 1u);
   OutLoops result;
