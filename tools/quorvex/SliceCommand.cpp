@@ -136,8 +136,8 @@ int run_slice(const std::vector<std::string>& args) {
 
   const std::string ext = extension_of(o.model);
   if (ext != "stl" && ext != "obj" && ext != "3mf") {
-    std::cerr << "quorvex: cannot slice '" << o.model << "': "
-              << read_error_text(Quorvex::IORET_BAD_FORMAT) << "\n";
+    std::cerr << "quorvex: cannot slice '" << o.model
+              << "': " << read_error_text(Quorvex::IORET_BAD_FORMAT) << "\n";
     return kExitFailure;
   }
   if (!std::filesystem::is_regular_file(o.model)) {
@@ -145,7 +145,8 @@ int run_slice(const std::vector<std::string>& args) {
     return kExitFailure;
   }
   Quorvex::BaseTriMesh mesh;
-  const Quorvex::IORet read = Quorvex::read_TriMesh(o.model, mesh, std::function<void(const int&)>());
+  const Quorvex::IORet read =
+      Quorvex::read_TriMesh(o.model, mesh, std::function<void(const int&)>());
   if (read != Quorvex::IORET_OK) {
     std::cerr << "quorvex: cannot slice '" << o.model << "': " << read_error_text(read) << "\n";
     return kExitFailure;
@@ -198,8 +199,8 @@ int run_slice(const std::vector<std::string>& args) {
   for (std::size_t i = 0; i < n; ++i) {
     if (cuts[i].open_chains > 0) {
       std::cerr << "quorvex: warning: layer " << i << " (z " << cuts[i].z << "): dropped "
-                << cuts[i].open_chains << " open cut chain"
-                << (cuts[i].open_chains == 1 ? "" : "s") << " of a mesh that is not closed\n";
+                << cuts[i].open_chains << " open cut chain" << (cuts[i].open_chains == 1 ? "" : "s")
+                << " of a mesh that is not closed\n";
     }
   }
 
@@ -236,14 +237,11 @@ int run_slice(const std::vector<std::string>& args) {
     return kExitFailure;
   }
   const std::string ply_path = replace_extension(o.output, ".ply");
-  {
-    Quorvex::BaseTriMesh preview;
-    Quorvex::convert_entity_to_baseTriMesh_with_color(entity, preview, o.layer.line_width, 0.0f);
-    if (!write_file_atomically(
-            ply_path, [&preview](std::ostream& out) { write_mesh_ply(out, preview); }, error)) {
-      std::cerr << "quorvex: cannot write '" << ply_path << "': " << error << "\n";
-      return kExitFailure;
-    }
+  if (!write_file_atomically(
+          ply_path, [&](std::ostream& out) { write_preview_ply(out, entity, o.layer.line_width); },
+          error)) {
+    std::cerr << "quorvex: cannot write '" << ply_path << "': " << error << "\n";
+    return kExitFailure;
   }
   if (!o.preview.empty()) {
     std::vector<const Quorvex::Layer*> layers;
@@ -264,8 +262,7 @@ int run_slice(const std::vector<std::string>& args) {
   }
   if (!o.quiet) {
     std::cout << "quorvex slice: " << o.model << "\n"
-              << "  mesh          " << mesh_vertices << " vertices, " << mesh_faces
-              << " faces\n"
+              << "  mesh          " << mesh_vertices << " vertices, " << mesh_faces << " faces\n"
               << "  layers        " << n << " of " << o.layer_height << " mm\n"
               << "  paths         " << regions << " regions, " << shells << " shell loops, "
               << fills << " fill lines\n"
