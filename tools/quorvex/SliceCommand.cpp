@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -144,25 +145,31 @@ int run_slice(const std::vector<std::string>& args) {
     std::cerr << "quorvex: cannot slice '" << o.model << "': " << read_error_text(2) << "\n";
     return kExitFailure;
   }
-  Quorvex::BaseTriMesh mesh;
+  // On the heap so that it can be freed early: assigning an empty mesh would keep the
+  // vectors' capacity (the class copies, it has no move assignment).
+  auto mesh = std::make_unique<Quorvex::BaseTriMesh>();
   const Quorvex::IORet read =
-      Quorvex::read_TriMesh(o.model, mesh, std::function<void(const int&)>());
+      Quorvex::read_TriMesh(o.model, *mesh, std::function<void(const int&)>());
   if (read != Quorvex::IORET_OK) {
     std::cerr << "quorvex: cannot slice '" << o.model << "': " << read_error_text(read) << "\n";
     return kExitFailure;
   }
-  if (mesh.get_fn() == 0) {
+  if (mesh->get_fn() == 0) {
     std::cerr << "quorvex: cannot slice '" << o.model << "': the mesh has no faces\n";
     return kExitFailure;
   }
 
   const bool show_progress = !o.quiet && stderr_is_terminal();
-  const SliceGrid grid = make_slice_grid(mesh, o.layer_height);
+  const SliceGrid grid = make_slice_grid(*mesh, o.layer_height);
   std::vector<SliceLayer> cuts;
   {
     ProgressBar bar("cutting ", grid.layer_count, show_progress);
-    cuts = slice_mesh(mesh, grid, o.threads, [&](std::size_t done) { bar.update(done); });
+    cuts = slice_mesh(*mesh, grid, o.threads, [&](std::size_t done) { bar.update(done); });
   }
+  // Only the cut loops are needed from here on: the mesh goes before the layers are built,
+  // so that it never sits beside the whole print model.
+  const std::size_t mesh_vertices = mesh->get_vn(), mesh_faces = mesh->get_fn();
+  mesh.reset();
 
   // Every layer runs the chain on its own objects, so layers go to all cores; each
   // result has its slot, so the output does not depend on the thread count.
@@ -204,12 +211,10 @@ int run_slice(const std::vector<std::string>& args) {
     }
   }
 
-  // The cut loops and the input mesh are no longer needed: free them before the outputs
-  // are built, and stream every output straight to its file, one layer at a time where
-  // the format allows, so that peak memory stays near the print model itself.
-  const std::size_t mesh_vertices = mesh.get_vn(), mesh_faces = mesh.get_fn();
+  // The cut loops are no longer needed: free them before the outputs are built, and stream
+  // every output straight to its file, one layer at a time, so that peak memory stays near
+  // the print model itself.
   std::vector<SliceLayer>().swap(cuts);
-  mesh = Quorvex::BaseTriMesh();
 
   std::size_t bytes = 0;
   std::string error;
