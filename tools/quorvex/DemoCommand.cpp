@@ -105,8 +105,8 @@ int run_demo(const std::vector<std::string>& args) {
   const std::string ply_path = (dir / "demo.ply").string();
   const std::string svg_path = (dir / "demo.svg").string();
 
-  Quorvex::GCode gcode(4, {Quorvex::STRUCTURE_BOUNDARY, Quorvex::STRUCTURE_EXTRA_SHELL,
-                           Quorvex::STRUCTURE_FILL});
+  Quorvex::GCode gcode(
+      4, {Quorvex::STRUCTURE_BOUNDARY, Quorvex::STRUCTURE_EXTRA_SHELL, Quorvex::STRUCTURE_FILL});
   gcode.set_assign_colour(true);
   gcode.get_gcode_from_entity(entity);
   std::string error;
@@ -119,10 +119,11 @@ int run_demo(const std::vector<std::string>& args) {
     std::cerr << "quorvex: cannot write '" << archive_path << "': " << error << "\n";
     return kExitFailure;
   }
-  Quorvex::BaseTriMesh mesh;
-  Quorvex::convert_entity_to_baseTriMesh_with_color(entity, mesh, settings.line_width, 0.0f);
+  PreviewCounts preview;
   if (!write_file_atomically(
-          ply_path, [&mesh](std::ostream& out) { write_mesh_ply(out, mesh); }, error)) {
+          ply_path,
+          [&](std::ostream& out) { preview = write_preview_ply(out, entity, settings.line_width); },
+          error)) {
     std::cerr << "quorvex: cannot write '" << ply_path << "': " << error << "\n";
     return kExitFailure;
   }
@@ -136,13 +137,13 @@ int run_demo(const std::vector<std::string>& args) {
             << "  regions       " << report.regions << " (" << last_points.size()
             << " with innermost loops)\n"
             << "  paths         " << layer->get_boundary_path_size() << " boundary, "
-            << layer->get_extraShell_path_size() << " extra shell, "
-            << layer->get_fill_path_size() << " fill\n"
+            << layer->get_extraShell_path_size() << " extra shell, " << layer->get_fill_path_size()
+            << " fill\n"
             << "  move lines    " << counts.moves << " (+" << counts.travels << " travels)\n"
             << "  G-code        " << gcode_path << " (" << counts.bytes << " bytes)\n"
             << "  archive       " << archive_path << "\n"
-            << "  preview mesh  " << ply_path << " (" << mesh.get_vn() << " vertices, "
-            << mesh.get_fn() << " faces)\n"
+            << "  preview mesh  " << ply_path << " (" << preview.vertices << " vertices, "
+            << preview.faces << " faces)\n"
             << "  picture       " << svg_path << "\n";
   return kExitOk;
 }

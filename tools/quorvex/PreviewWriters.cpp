@@ -5,10 +5,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <ostream>
 
 #include "quorvex/base/NumToString.h"
+#include "quorvex/baseTypeIO/EntityToMesh.h"
 
 namespace QuorvexTool {
 
@@ -169,13 +171,14 @@ std::string layers_to_html(const std::vector<const Layer*>& layers, const std::s
       "#bar{display:flex;gap:12px;align-items:center;margin:8px 0}\n"
       "#slider{flex:1}\n"
       "</style>\n</head>\n<body>\n<h1>" +
-      escape(title) + "</h1>\n<div id=\"bar\"><input id=\"slider\" type=\"range\" min=\"0\" max=\"" +
+      escape(title) +
+      "</h1>\n<div id=\"bar\"><input id=\"slider\" type=\"range\" min=\"0\" max=\"" +
       std::to_string(layers.empty() ? 0 : layers.size() - 1) +
       "\" value=\"0\"><span id=\"label\"></span></div>\n";
   for (std::size_t i = 0; i < layers.size(); ++i) {
-    const std::string name =
-        "layer " + std::to_string(i + 1) + " of " + std::to_string(layers.size()) + ", z " +
-        Quorvex::num_to_string(layers[i]->get_z(), 3);
+    const std::string name = "layer " + std::to_string(i + 1) + " of " +
+                             std::to_string(layers.size()) + ", z " +
+                             Quorvex::num_to_string(layers[i]->get_z(), 3);
     html += "<div class=\"layer" + std::string(i == 0 ? " shown" : "") + "\" data-name=\"" +
             escape(name) + "\">\n" + layer_to_svg(*layers[i], box, name, false) + "</div>\n";
   }
@@ -196,25 +199,29 @@ std::string layers_to_html(const std::vector<const Layer*>& layers, const std::s
   return html;
 }
 
-void write_mesh_ply(std::ostream& out, const Quorvex::BaseTriMesh& mesh) {
-  static_assert(sizeof(float) == 4 && sizeof(std::int32_t) == 4, "PLY sizes");
-  // The body is the machine's memory image, which the header declares little-endian.
+namespace {
+
+static_assert(sizeof(float) == 4 && sizeof(std::int32_t) == 4, "PLY sizes");
+// The body is the machine's memory image, which the header declares little-endian.
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
 #error "the PLY writer assumes a little-endian machine"
 #endif
-  const std::size_t vn = mesh.get_vn();
-  const std::size_t fn = mesh.get_fn();
+
+void write_ply_header(std::ostream& out, std::size_t vn, std::size_t fn) {
   out << "ply\nformat binary_little_endian 1.0\ncomment written by quorvex\nelement vertex " << vn
       << "\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\n"
          "property uchar green\nproperty uchar blue\nelement face "
       << fn << "\nproperty list uchar int vertex_indices\nend_header\n";
+}
+
+void write_ply_vertices(std::ostream& out, const Quorvex::BaseTriMesh& mesh) {
   auto to_byte = [](float c) {
     if (!(c > 0.0f)) return static_cast<char>(0);
     if (c >= 1.0f) return static_cast<char>(static_cast<unsigned char>(255));
     return static_cast<char>(static_cast<unsigned char>(std::lround(c * 255.0f)));
   };
   char record[15];
-  for (std::size_t i = 0; i < vn; ++i) {
+  for (std::size_t i = 0; i < mesh.get_vn(); ++i) {
     const auto& p = mesh.get_vCoord(i);
     const float xyz[3] = {p.x(), p.y(), p.z()};
     std::memcpy(record, xyz, sizeof xyz);
@@ -227,14 +234,63 @@ void write_mesh_ply(std::ostream& out, const Quorvex::BaseTriMesh& mesh) {
     }
     out.write(record, sizeof record);
   }
+}
+
+// `offset` is the number of vertices written before this mesh's, so that the indices count
+// from the start of the file as a whole mesh's would.
+void write_ply_faces(std::ostream& out, const Quorvex::BaseTriMesh& mesh, std::size_t offset) {
   char face[13];
   face[0] = 3;
-  for (std::size_t f = 0; f < fn; ++f) {
+  for (std::size_t f = 0; f < mesh.get_fn(); ++f) {
     const auto& tri = mesh.get_face(f);
-    const std::int32_t idx[3] = {tri[0], tri[1], tri[2]};
+    std::int32_t idx[3];
+    for (int k = 0; k < 3; ++k) {
+      idx[k] = static_cast<std::int32_t>(static_cast<std::int64_t>(tri[k]) +
+                                         static_cast<std::int64_t>(offset));
+    }
     std::memcpy(face + 1, idx, sizeof idx);
     out.write(face, sizeof face);
   }
+}
+
+}  // namespace
+
+void write_mesh_ply(std::ostream& out, const Quorvex::BaseTriMesh& mesh) {
+  write_ply_header(out, mesh.get_vn(), mesh.get_fn());
+  write_ply_vertices(out, mesh);
+  write_ply_faces(out, mesh, 0);
+}
+
+PreviewCounts write_preview_ply(std::ostream& out, const Quorvex::Entity& entity,
+                                float line_width) {
+  // Each piece of path becomes its own quad, so the mesh of a layer does not depend on the
+  // other layers: the conversion of a one-layer print gives exactly that layer's part of the
+  // whole mesh, its vertices numbered from 0. The scratch mesh keeps its buffers from layer
+  // to layer.
+  Quorvex::BaseTriMesh part;
+  Quorvex::Entity one;
+  one.resize_layer_size(1);
+  auto for_each_layer = [&](const std::function<void(const Quorvex::BaseTriMesh&)>& use) {
+    for (const auto& layer : entity.get_layers()) {
+      one.get_layers()[0] = layer;
+      Quorvex::convert_entity_to_baseTriMesh_with_color(one, part, line_width, 0.0f);
+      use(part);
+    }
+    one.get_layers()[0].reset();
+  };
+  PreviewCounts counts;
+  for_each_layer([&](const Quorvex::BaseTriMesh& m) {
+    counts.vertices += m.get_vn();
+    counts.faces += m.get_fn();
+  });
+  write_ply_header(out, counts.vertices, counts.faces);
+  for_each_layer([&](const Quorvex::BaseTriMesh& m) { write_ply_vertices(out, m); });
+  std::size_t offset = 0;
+  for_each_layer([&](const Quorvex::BaseTriMesh& m) {
+    write_ply_faces(out, m, offset);
+    offset += m.get_vn();
+  });
+  return counts;
 }
 
 }  // namespace QuorvexTool

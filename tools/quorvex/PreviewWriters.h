@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "quorvex/base/BaseTriMesh.h"
+#include "quorvex/baseType/Entity.h"
 #include "quorvex/baseType/Layer.h"
 
 namespace QuorvexTool {
@@ -29,5 +30,16 @@ std::string layers_to_html(const std::vector<const Quorvex::Layer*>& layers,
 
 // Binary little-endian PLY with per-vertex colours (0..1 floats mapped to bytes).
 void write_mesh_ply(std::ostream& out, const Quorvex::BaseTriMesh& mesh);
+
+struct PreviewCounts {
+  std::size_t vertices = 0;
+  std::size_t faces = 0;
+};
+
+// The coloured preview mesh of the print (convert_entity_to_baseTriMesh_with_color) as
+// write_mesh_ply writes it, byte for byte, without ever holding the whole mesh: it is built
+// one layer at a time, once to count for the header, once for the vertices and once for the
+// faces. Only the largest layer's mesh is alive at any moment.
+PreviewCounts write_preview_ply(std::ostream& out, const Quorvex::Entity& entity, float line_width);
 
 }  // namespace QuorvexTool

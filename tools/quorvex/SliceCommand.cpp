@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -136,32 +137,39 @@ int run_slice(const std::vector<std::string>& args) {
 
   const std::string ext = extension_of(o.model);
   if (ext != "stl" && ext != "obj" && ext != "3mf") {
-    std::cerr << "quorvex: cannot slice '" << o.model << "': "
-              << read_error_text(Quorvex::IORET_BAD_FORMAT) << "\n";
+    std::cerr << "quorvex: cannot slice '" << o.model
+              << "': " << read_error_text(Quorvex::IORET_BAD_FORMAT) << "\n";
     return kExitFailure;
   }
   if (!std::filesystem::is_regular_file(o.model)) {
     std::cerr << "quorvex: cannot slice '" << o.model << "': " << read_error_text(2) << "\n";
     return kExitFailure;
   }
-  Quorvex::BaseTriMesh mesh;
-  const Quorvex::IORet read = Quorvex::read_TriMesh(o.model, mesh, std::function<void(const int&)>());
+  // On the heap so that it can be freed early: assigning an empty mesh would keep the
+  // vectors' capacity (the class copies, it has no move assignment).
+  auto mesh = std::make_unique<Quorvex::BaseTriMesh>();
+  const Quorvex::IORet read =
+      Quorvex::read_TriMesh(o.model, *mesh, std::function<void(const int&)>());
   if (read != Quorvex::IORET_OK) {
     std::cerr << "quorvex: cannot slice '" << o.model << "': " << read_error_text(read) << "\n";
     return kExitFailure;
   }
-  if (mesh.get_fn() == 0) {
+  if (mesh->get_fn() == 0) {
     std::cerr << "quorvex: cannot slice '" << o.model << "': the mesh has no faces\n";
     return kExitFailure;
   }
 
   const bool show_progress = !o.quiet && stderr_is_terminal();
-  const SliceGrid grid = make_slice_grid(mesh, o.layer_height);
+  const SliceGrid grid = make_slice_grid(*mesh, o.layer_height);
   std::vector<SliceLayer> cuts;
   {
     ProgressBar bar("cutting ", grid.layer_count, show_progress);
-    cuts = slice_mesh(mesh, grid, o.threads, [&](std::size_t done) { bar.update(done); });
+    cuts = slice_mesh(*mesh, grid, o.threads, [&](std::size_t done) { bar.update(done); });
   }
+  // Only the cut loops are needed from here on: the mesh goes before the layers are built,
+  // so that it never sits beside the whole print model.
+  const std::size_t mesh_vertices = mesh->get_vn(), mesh_faces = mesh->get_fn();
+  mesh.reset();
 
   // Every layer runs the chain on its own objects, so layers go to all cores; each
   // result has its slot, so the output does not depend on the thread count.
@@ -198,17 +206,15 @@ int run_slice(const std::vector<std::string>& args) {
   for (std::size_t i = 0; i < n; ++i) {
     if (cuts[i].open_chains > 0) {
       std::cerr << "quorvex: warning: layer " << i << " (z " << cuts[i].z << "): dropped "
-                << cuts[i].open_chains << " open cut chain"
-                << (cuts[i].open_chains == 1 ? "" : "s") << " of a mesh that is not closed\n";
+                << cuts[i].open_chains << " open cut chain" << (cuts[i].open_chains == 1 ? "" : "s")
+                << " of a mesh that is not closed\n";
     }
   }
 
-  // The cut loops and the input mesh are no longer needed: free them before the outputs
-  // are built, and stream every output straight to its file, one layer at a time where
-  // the format allows, so that peak memory stays near the print model itself.
-  const std::size_t mesh_vertices = mesh.get_vn(), mesh_faces = mesh.get_fn();
+  // The cut loops are no longer needed: free them before the outputs are built, and stream
+  // every output straight to its file, one layer at a time, so that peak memory stays near
+  // the print model itself.
   std::vector<SliceLayer>().swap(cuts);
-  mesh = Quorvex::BaseTriMesh();
 
   std::size_t bytes = 0;
   std::string error;
@@ -236,14 +242,11 @@ int run_slice(const std::vector<std::string>& args) {
     return kExitFailure;
   }
   const std::string ply_path = replace_extension(o.output, ".ply");
-  {
-    Quorvex::BaseTriMesh preview;
-    Quorvex::convert_entity_to_baseTriMesh_with_color(entity, preview, o.layer.line_width, 0.0f);
-    if (!write_file_atomically(
-            ply_path, [&preview](std::ostream& out) { write_mesh_ply(out, preview); }, error)) {
-      std::cerr << "quorvex: cannot write '" << ply_path << "': " << error << "\n";
-      return kExitFailure;
-    }
+  if (!write_file_atomically(
+          ply_path, [&](std::ostream& out) { write_preview_ply(out, entity, o.layer.line_width); },
+          error)) {
+    std::cerr << "quorvex: cannot write '" << ply_path << "': " << error << "\n";
+    return kExitFailure;
   }
   if (!o.preview.empty()) {
     std::vector<const Quorvex::Layer*> layers;
@@ -264,8 +267,7 @@ int run_slice(const std::vector<std::string>& args) {
   }
   if (!o.quiet) {
     std::cout << "quorvex slice: " << o.model << "\n"
-              << "  mesh          " << mesh_vertices << " vertices, " << mesh_faces
-              << " faces\n"
+              << "  mesh          " << mesh_vertices << " vertices, " << mesh_faces << " faces\n"
               << "  layers        " << n << " of " << o.layer_height << " mm\n"
               << "  paths         " << regions << " regions, " << shells << " shell loops, "
               << fills << " fill lines\n"
