@@ -18,7 +18,6 @@ MAKEFLAGS += --no-print-directory
 
 ASAN_DIR    ?= build-asan
 TSAN_DIR    ?= build-tsan
-FUZZ_DIR    ?= build-fuzz
 FUZZ_SECONDS ?= 60
 
 all: build
@@ -49,11 +48,21 @@ bench: deps
 	@mkdir -p $(BUILD_DIR)/bench
 	@scripts/run-benchmarks.sh $(BENCH_DIR) $(BUILD_DIR)/bench
 
+# One clang build serves both the sanitized suite and the fuzz targets: everything gets
+# AddressSanitizer, UndefinedBehaviorSanitizer and the fuzzer's coverage, and only the fuzz
+# targets link the fuzzer driver.
+SANITIZE_PACKAGES := clang libclang-rt-14-dev libomp-14-dev
+define configure_asan
+	@scripts/install-deps.sh $(SANITIZE_PACKAGES)
+	@CC=clang CXX=clang++ cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DQUORVEX_WERROR=$(WERROR) -DQUORVEX_SANITIZE=address,undefined -DQUORVEX_FUZZ=ON \
+	  $(CMAKE_FLAGS) >/dev/null
+endef
+
 # The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer, then the
 # concurrency tests under ThreadSanitizer.
 test-sanitize: deps
-	@cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUORVEX_WERROR=$(WERROR) \
-	  -DQUORVEX_SANITIZE=address,undefined $(CMAKE_FLAGS) >/dev/null
+	$(configure_asan)
 	@cmake --build $(ASAN_DIR) -j $(JOBS)
 	@cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
@@ -65,13 +74,12 @@ test-sanitize: deps
 	@cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
 	  ctest --output-on-failure -R '^Concurrency'
 
-# Each fuzz target for FUZZ_SECONDS under ASan and UBSan, with a memory limit (clang).
+# Each fuzz target for FUZZ_SECONDS under ASan and UBSan, with a memory limit (clang),
+# JOBS targets at a time.
 fuzz: deps
-	@scripts/install-deps.sh clang libclang-rt-14-dev
-	@CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-	  -DQUORVEX_FUZZ=ON -DQUORVEX_BUILD_TESTS=OFF -DQUORVEX_BUILD_TOOLS=OFF $(CMAKE_FLAGS) >/dev/null
-	@cmake --build $(FUZZ_DIR) -j $(JOBS)
-	@scripts/run-fuzz.sh $(FUZZ_DIR)/fuzz $(FUZZ_SECONDS)
+	$(configure_asan)
+	@cmake --build $(ASAN_DIR) -j $(JOBS) --target fuzz_targets
+	@scripts/run-fuzz.sh $(ASAN_DIR)/fuzz $(FUZZ_SECONDS) $(JOBS)
 
 clean:
-	@rm -rf $(BUILD_DIR) $(BENCH_DIR) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR) out
+	@rm -rf $(BUILD_DIR) $(BENCH_DIR) $(ASAN_DIR) $(TSAN_DIR) out

@@ -28,11 +28,13 @@ inline unsigned char* store_le_u32(unsigned char* out, std::uint32_t v) {
   return out + 4;
 }
 
+#if !(defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__)
 inline unsigned char* store_le_f32(unsigned char* out, float v) {
   std::uint32_t bits;
   std::memcpy(&bits, &v, sizeof bits);
   return store_le_u32(out, bits);
 }
+#endif
 
 // One face record: twelve floats and a zero attribute.
 inline void store_le_record(unsigned char* out, const float (&values)[12]) {

@@ -99,7 +99,8 @@ TEST(ArchiveStreamHandle, CopiesShareOneAdapterAndNeverOwnTheStream) {
   std::ostringstream os;
   auto* first = new WriteAble(os);
   WriteAble second(*first);
-  second = second;
+  const WriteAble& same = second;
+  second = same;  // self-assignment keeps the count
   EXPECT_EQ(first->use_count(), 2u);
   delete first;
   EXPECT_EQ(second.use_count(), 1u);

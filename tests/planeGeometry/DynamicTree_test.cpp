@@ -320,7 +320,8 @@ TEST(DynamicTreeTest, CopyIsDeepAndIndependent) {
   EXPECT_EQ(c.get_node_count(), b.get_node_count());
   EXPECT_EQ(c.get_root(), b.get_root());
   EXPECT_NE(&c.get_node(0), &b.get_node(0));
-  c = c;  // self-assignment keeps the tree
+  const Tree& same = c;
+  c = same;  // self-assignment keeps the tree
   EXPECT_EQ(c.get_node_count(), b.get_node_count());
 }
 
