@@ -1,6 +1,7 @@
 #include "quorvex/baseTypeIO/GCode.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <map>
@@ -235,7 +236,8 @@ std::string read_file(const std::string& path) {
 }
 
 TEST(TextFileWriter, WritesReplacesAndJoinsWithoutSeparator) {
-  const std::string path = ::testing::TempDir() + "/qx_writer_test.txt";
+  const std::string path =
+      ::testing::TempDir() + "/qx_writer_test_" + std::to_string(::getpid()) + ".txt";
   EXPECT_EQ(write_common_file(path, std::string("first text\n")), RETVAL_OK);
   EXPECT_EQ(write_common_file(path, std::vector<std::string>{"a", "b"}), RETVAL_OK);
   EXPECT_EQ(read_file(path), "ab");
@@ -244,7 +246,7 @@ TEST(TextFileWriter, WritesReplacesAndJoinsWithoutSeparator) {
 }
 
 TEST(TextFileWriter, MissingFolderFailsAndCreatesNothing) {
-  const std::string dir = ::testing::TempDir() + "/qx_no_such_folder";
+  const std::string dir = ::testing::TempDir() + "/qx_no_such_folder_" + std::to_string(::getpid());
   EXPECT_EQ(write_common_file(dir + "/x.txt", std::string("x")), RETVAL_FAILED);
   Entity e;
   QuorvexPrintModel::get_quorvex_entity(e);
@@ -257,8 +259,9 @@ TEST(TextFileWriter, MissingFolderFailsAndCreatesNothing) {
 TEST(TextFileWriter, LayerAndOneLayerEntityGiveTheSameBytes) {
   Entity e;
   QuorvexPrintModel::get_quorvex_entity(e);
-  const std::string a = ::testing::TempDir() + "/qx_entity.gcode";
-  const std::string b = ::testing::TempDir() + "/qx_layer.gcode";
+  const std::string a =
+      ::testing::TempDir() + "/qx_entity_" + std::to_string(::getpid()) + ".gcode";
+  const std::string b = ::testing::TempDir() + "/qx_layer_" + std::to_string(::getpid()) + ".gcode";
   ASSERT_EQ(write_gcode(a, e, 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
   ASSERT_EQ(write_gcode(b, *e.get_layer(0), 3, {STRUCTURE_BOUNDARY}), RETVAL_OK);
   EXPECT_EQ(read_file(a), read_file(b));

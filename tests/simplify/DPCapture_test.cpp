@@ -1,6 +1,7 @@
 // The full Douglas-Peucker form captures its input loop before it reads it, so a loop
 // seen once can be replayed into another call.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <filesystem>
@@ -27,7 +28,8 @@ std::vector<Point2> noisy_ring(unsigned seed, int n) {
 }
 
 std::string fresh_store(const char* name) {
-  const auto dir = std::filesystem::path(::testing::TempDir()) / name;
+  const auto dir = std::filesystem::path(::testing::TempDir()) /
+                   (std::string(name) + "_" + std::to_string(::getpid()));
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);
   return dir.string();

@@ -4,6 +4,7 @@
 // the content of a mesh as plain sequences.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdint>
@@ -24,7 +25,8 @@ using Quorvex::Vector3f;
 inline std::string temp_path(const std::string& name) {
   std::string dir = ::testing::TempDir();
   if (!dir.empty() && dir.back() != '/') dir += '/';
-  return dir + "qx_mesh_" + name;
+  // Per process: ctest runs the cases of one suite side by side, and other builds may too.
+  return dir + "qx_mesh_" + std::to_string(::getpid()) + "_" + name;
 }
 
 // Writes `bytes` to the temporary file `name` and gives its path.

@@ -1,8 +1,8 @@
 // The quorvex command run as its users run it: as a process, judged by its files, its
 // output and its exit status.
 #include <gtest/gtest.h>
-
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -46,7 +46,8 @@ std::string read_file(const fs::path& p) {
 }
 
 fs::path fresh_dir(const std::string& name) {
-  const fs::path dir = fs::path(::testing::TempDir()) / ("qx_cli_" + name);
+  const fs::path dir =
+      fs::path(::testing::TempDir()) / ("qx_cli_" + name + "_" + std::to_string(::getpid()));
   fs::remove_all(dir);
   fs::create_directories(dir);
   return dir;
@@ -136,8 +137,8 @@ class CliSliceExamples : public ::testing::TestWithParam<SliceCase> {};
 TEST_P(CliSliceExamples, GivesTheExpectedLayers) {
   const fs::path dir = fresh_dir(std::string("slice_") + GetParam().model);
   const fs::path out = dir / "model.gcode";
-  const CliRun r = run("slice '" + example(GetParam().model).string() + "' -o '" + out.string() +
-                    "' --quiet");
+  const CliRun r =
+      run("slice '" + example(GetParam().model).string() + "' -o '" + out.string() + "' --quiet");
   ASSERT_EQ(r.status, 0) << r.output;
   const std::string gcode = read_file(out);
   EXPECT_EQ(count(gcode, "(<layer> "), GetParam().layers);
@@ -153,7 +154,7 @@ TEST_P(CliSliceExamples, GivesTheExpectedLayers) {
             std::string::npos)
       << info.output;
   const CliRun again = run("gcode '" + (dir / "model.qxm").string() + "' -o '" +
-                        (dir / "again.gcode").string() + "'");
+                           (dir / "again.gcode").string() + "'");
   EXPECT_EQ(again.status, 0) << again.output;
   EXPECT_EQ(count(read_file(dir / "again.gcode"), "(<layer> "), GetParam().layers);
 }
@@ -166,10 +167,14 @@ INSTANTIATE_TEST_SUITE_P(Examples, CliSliceExamples,
 TEST(CliSlice, SameOutputWhateverTheThreadCount) {
   const fs::path dir = fresh_dir("threads");
   const std::string model = example("torus.obj").string();
-  ASSERT_EQ(run("slice '" + model + "' -o '" + (dir / "one.gcode").string() +
-                "' --threads 1 --quiet").status, 0);
-  ASSERT_EQ(run("slice '" + model + "' -o '" + (dir / "four.gcode").string() +
-                "' --threads 4 --quiet").status, 0);
+  ASSERT_EQ(
+      run("slice '" + model + "' -o '" + (dir / "one.gcode").string() + "' --threads 1 --quiet")
+          .status,
+      0);
+  ASSERT_EQ(
+      run("slice '" + model + "' -o '" + (dir / "four.gcode").string() + "' --threads 4 --quiet")
+          .status,
+      0);
   EXPECT_EQ(read_file(dir / "one.gcode"), read_file(dir / "four.gcode"));
   EXPECT_EQ(read_file(dir / "one.qxm"), read_file(dir / "four.qxm"));
 }
@@ -193,7 +198,7 @@ struct ErrorCase {
   const char* name;
   std::string args;
   int status;
-  const char* message;     // part of the one error line
+  const char* message;    // part of the one error line
   std::string no_output;  // a file that must not be left behind, or ""
 };
 
@@ -228,23 +233,21 @@ INSTANTIATE_TEST_SUITE_P(
     Table, CliErrors,
     ::testing::Values(
         ErrorCase{"MissingModel", "slice /no/such/model.stl", 1, "/no/such/model.stl", ""},
-        ErrorCase{"UnsupportedExtension",
-                  "slice '" + make_file("qx_model.txt", "hello") + "'", 1, "unsupported", ""},
+        ErrorCase{"UnsupportedExtension", "slice '" + make_file("qx_model.txt", "hello") + "'", 1,
+                  "unsupported", ""},
         ErrorCase{"MeshWithoutFaces",
                   "slice '" + make_file("qx_nofaces.obj", "v 0 0 0\nv 1 0 0\n") + "'", 1,
                   "no faces", ""},
-        ErrorCase{"CorruptStl",
-                  "slice '" + make_file("qx_corrupt.stl", std::string(90, 'x')) + "'", 1,
-                  "qx_corrupt.stl", ""},
+        ErrorCase{"CorruptStl", "slice '" + make_file("qx_corrupt.stl", std::string(90, 'x')) + "'",
+                  1, "qx_corrupt.stl", ""},
         ErrorCase{"UnwritableOutput",
-                  "slice '" + example("torus.obj").string() + "' -o /dev/null/x.gcode --quiet",
-                  1, "/dev/null/x.gcode", ""},
+                  "slice '" + example("torus.obj").string() + "' -o /dev/null/x.gcode --quiet", 1,
+                  "/dev/null/x.gcode", ""},
         ErrorCase{"NegativeLayerHeight",
                   "slice '" + example("torus.obj").string() + "' --layer-height -1", 2,
                   "usage:", ""},
-        ErrorCase{"ZeroLineWidth",
-                  "slice '" + example("torus.obj").string() + "' --line-width 0", 2, "usage:",
-                  ""},
+        ErrorCase{"ZeroLineWidth", "slice '" + example("torus.obj").string() + "' --line-width 0",
+                  2, "usage:", ""},
         ErrorCase{"NotANumber", "slice '" + example("torus.obj").string() + "' --shells two", 2,
                   "usage:", ""},
         ErrorCase{"TruncatedArchive",
