@@ -4,8 +4,10 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <vector>
 
+#include "LargePageArray.h"
 #include "quorvex/baseType/Path.h"
 
 namespace Quorvex {
@@ -123,23 +125,24 @@ struct QEMCandidate {
 // Binary min-heap on `error` with fixed tie rules, so that equal errors come out in one
 // defined order: a new entry rises past strictly greater parents only; on removal the hole
 // runs down to a leaf along the smaller child (the right one on equal children), and the
-// last entry is then raised from there.
+// last entry is then raised from there. The capacity is fixed when it is made.
 class CandidateHeap {
  public:
-  void reserve(std::size_t n) { h_.reserve(n); }
-  bool empty() const { return h_.empty(); }
-  const QEMCandidate& top() const { return h_.front(); }
+  // Entries are 16 bytes; with the first one 16 bytes into a cache line, two siblings always
+  // share a line, and the eight descendants of an entry three levels down fill two.
+  explicit CandidateHeap(std::size_t capacity) : h_(capacity, kLead) {}
+  bool empty() const { return len_ == 0; }
+  const QEMCandidate& top() const { return h_[0]; }
 
   void push(const QEMCandidate& value) {
-    h_.push_back(value);
-    raise_into(h_.size() - 1, value);
+    ++len_;
+    raise_into(len_ - 1, value);
   }
 
   QEMCandidate pop() {
-    const QEMCandidate top = h_.front();
-    const QEMCandidate last = h_.back();
-    h_.pop_back();
-    const std::size_t len = h_.size();
+    const QEMCandidate top = h_[0];
+    const QEMCandidate last = h_[--len_];
+    const std::size_t len = len_;
     if (len == 0) return top;
     std::size_t hole = 0;
     std::size_t child = 0;
@@ -147,10 +150,13 @@ class CandidateHeap {
       child = 2 * (child + 1);
       if (h_[child].error > h_[child - 1].error) --child;
       // The hole goes down a path that depends on every comparison, so on a heap larger
-      // than the cache each level would wait for memory; fetching the grandchildren now
-      // overlaps the next two levels' misses with this one.
-      const std::size_t grandchildren = 4 * child + 3;
-      if (grandchildren < len) __builtin_prefetch(h_.data() + grandchildren);
+      // than the cache each level would wait for memory; fetching the eight descendants
+      // three levels down (two lines) overlaps the next levels' misses with this one.
+      const std::size_t ahead = 8 * child + 7;
+      if (ahead < len) {
+        __builtin_prefetch(h_.data() + ahead);
+        __builtin_prefetch(h_.data() + ahead + 4);
+      }
       h_[hole] = h_[child];
       hole = child;
     }
@@ -164,6 +170,9 @@ class CandidateHeap {
   }
 
  private:
+  static constexpr std::size_t kLead = 16;
+  static_assert(sizeof(QEMCandidate) == 16, "the lead assumes 16-byte entries");
+
   void raise_into(std::size_t hole, const QEMCandidate& value) {
     while (hole > 0) {
       const std::size_t parent = (hole - 1) / 2;
@@ -174,7 +183,8 @@ class CandidateHeap {
     h_[hole] = value;
   }
 
-  std::vector<QEMCandidate> h_;
+  LargePageArray<QEMCandidate> h_;
+  std::size_t len_ = 0;
 };
 
 // The ring links of one input vertex. The quadrics live in a parallel array: the links are
@@ -191,18 +201,18 @@ struct QEMVertex {
 // the input itself is never moved, only relinked. Returns the alive flags in input order.
 template <class Quadric, class PointOf>
 std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
-  std::vector<QEMVertex> v;
-  std::vector<Quadric> quadric;
-  v.reserve(static_cast<std::size_t>(n));
-  quadric.reserve(static_cast<std::size_t>(n));
-  CandidateHeap heap;
-  heap.reserve(3 * static_cast<std::size_t>(n));
+  const std::size_t count = static_cast<std::size_t>(n);
+  LargePageArray<QEMVertex> v(count);
+  LargePageArray<Quadric> quadric(count);
+  // Every collapse pushes two entries and removes a vertex, so the heap never holds more
+  // than n + 2 (n - 2) entries.
+  CandidateHeap heap(3 * count);
   for (int32_t i = 0; i < n; ++i) {
     const int32_t prev = i == 0 ? n - 1 : i - 1;
     const int32_t next = i == n - 1 ? 0 : i + 1;
-    quadric.emplace_back(point(i));
-    heap.push({i, 0, quadric.back().cost(point(prev), point(next))});
-    v.push_back({i, prev, next, 0, true});
+    new (&quadric[i]) Quadric(point(i));
+    heap.push({i, 0, quadric[i].cost(point(prev), point(next))});
+    new (&v[i]) QEMVertex{i, prev, next, 0, true};
   }
 
   auto ring_too_small = [&v](int32_t k) {
@@ -211,6 +221,11 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
   };
 
   while (!heap.empty()) {
+    // The vertex of the entry about to come out sits anywhere in the ring: start fetching
+    // its links and quadric while the heap closes the gap behind it.
+    const int32_t coming = heap.top().vertex;
+    __builtin_prefetch(&v[coming]);
+    __builtin_prefetch(&quadric[coming]);
     const QEMCandidate top = heap.pop();
     QEMVertex& gone = v[top.vertex];
     if (top.version != gone.version) continue;  // stale: the vertex changed since
@@ -230,14 +245,9 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
       const QEMVertex& x = v[k];
       heap.push({k, x.version, quadric[k].cost(point(x.prev), point(x.next))});
     }
-    // The next vertex to collapse sits anywhere in the ring: start fetching its links and
-    // quadric while the heap entry is taken out.
-    const int32_t next_top = heap.top().vertex;
-    __builtin_prefetch(&v[next_top]);
-    __builtin_prefetch(&quadric[next_top]);
   }
 
-  std::vector<bool> alive(static_cast<std::size_t>(n));
+  std::vector<bool> alive(count);
   for (int32_t i = 0; i < n; ++i) alive[i] = v[i].alive;
   return alive;
 }
