@@ -15,9 +15,10 @@ namespace Quorvex {
 namespace {
 
 // ---- Plain quadric: the running mean of (x*x, x*y, x, y*y, y, 1) over the merged points.
+// The mean of the constant 1 stays 1 and the cost does not read it, so it is not stored.
 
 struct PlaneQuadric {
-  double xx, xy, x, yy, y, one;
+  double xx, xy, x, yy, y;
 
   explicit PlaneQuadric(const Point2& p) {
     const double px = p.x;
@@ -27,7 +28,6 @@ struct PlaneQuadric {
     x = px;
     yy = py * py;
     y = py;
-    one = 1.0;
   }
 
   // A mean, not a sum: the latest merge weighs as much as everything merged before.
@@ -37,7 +37,6 @@ struct PlaneQuadric {
     x = (x + o.x) * 0.5;
     yy = (yy + o.yy) * 0.5;
     y = (y + o.y) * 0.5;
-    one = (one + o.one) * 0.5;
   }
 
   // Mean squared distance of the merged points from the line through p and q.
@@ -51,7 +50,7 @@ struct PlaneQuadric {
     const double na = a / norm;
     const double nb = b / norm;
     const double nc = c / norm;
-    // The constant term stands alone: the weight `one` stays 1 under mean merging.
+    // The constant term stands alone: the weight of the constant stays 1 under mean merging.
     return na * na * xx + 2 * na * nb * xy + 2 * na * nc * x + nb * nb * yy + 2 * nb * nc * y +
            nc * nc;
   }
@@ -68,6 +67,10 @@ using Rows25 = Eigen::Matrix<double, 2, 5>;
 // Position and colour of one vertex side by side, so that reading a neighbour costs one
 // memory access rather than one in each sequence of the path.
 struct ColourPoint {
+  ColourPoint() = default;
+  ColourPoint(const Point2& at, const Color3f& colour)
+      : v{at.x, at.y, colour[0], colour[1], colour[2]} {}
+
   float v[5];
 
   Vec5 widened() const {
@@ -187,22 +190,25 @@ class CandidateHeap {
   std::size_t len_ = 0;
 };
 
-// The ring links of one input vertex. The quadrics live in a parallel array: the links are
-// what every heap entry is checked against, and kept small they stay in cache on long loops.
-struct QEMVertex {
-  int32_t id;
+// The ring links of one input vertex, with its version and a copy of its point: a collapse
+// walks from the vertex to its neighbours and on to theirs, and reads the points at the ends,
+// all in records that lie close together in the input order. The quadrics, read only for the
+// collapsed vertex and its two neighbours, stand apart in a parallel array. A collapsed
+// vertex has version -1, which no heap entry carries. 32 bytes with a coloured point.
+template <class Point>
+struct RingVertex {
   int32_t prev;
   int32_t next;
   int32_t version;
-  bool alive;
+  Point point;
 };
 
 // `point(i)` gives what the quadric of input vertex i is built from and measured against;
 // the input itself is never moved, only relinked. Returns the alive flags in input order.
-template <class Quadric, class PointOf>
+template <class Quadric, class Point, class PointOf>
 std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
   const std::size_t count = static_cast<std::size_t>(n);
-  LargePageArray<QEMVertex> v(count);
+  LargePageArray<RingVertex<Point>> v(count);
   LargePageArray<Quadric> quadric(count);
   // Every collapse pushes two entries and removes a vertex, so the heap never holds more
   // than n + 2 (n - 2) entries.
@@ -210,14 +216,16 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
   for (int32_t i = 0; i < n; ++i) {
     const int32_t prev = i == 0 ? n - 1 : i - 1;
     const int32_t next = i == n - 1 ? 0 : i + 1;
-    new (&quadric[i]) Quadric(point(i));
-    heap.push({i, 0, quadric[i].cost(point(prev), point(next))});
-    new (&v[i]) QEMVertex{i, prev, next, 0, true};
+    new (&v[i]) RingVertex<Point>{prev, next, 0, point(i)};
+  }
+  for (int32_t i = 0; i < n; ++i) {
+    new (&quadric[i]) Quadric(v[i].point);
+    heap.push({i, 0, quadric[i].cost(v[v[i].prev].point, v[v[i].next].point)});
   }
 
   auto ring_too_small = [&v](int32_t k) {
-    const QEMVertex& x = v[k];
-    return x.next == x.id || x.next == x.prev || x.prev == x.id;
+    const RingVertex<Point>& x = v[k];
+    return x.next == k || x.next == x.prev || x.prev == k;
   };
 
   while (!heap.empty()) {
@@ -225,15 +233,15 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
     // its links and quadric while the heap closes the gap behind it.
     const int32_t coming = heap.top().vertex;
     __builtin_prefetch(&v[coming]);
-    __builtin_prefetch(&quadric[coming]);
+    const char* q = reinterpret_cast<const char*>(&quadric[coming]);
+    for (std::size_t line = 0; line < sizeof(Quadric); line += 64) __builtin_prefetch(q + line);
     const QEMCandidate top = heap.pop();
-    QEMVertex& gone = v[top.vertex];
+    RingVertex<Point>& gone = v[top.vertex];
     if (top.version != gone.version) continue;  // stale: the vertex changed since
     if (top.error > limit) break;               // nothing cheaper is left
     const int32_t p = gone.prev;
     const int32_t nx = gone.next;
-    ++gone.version;
-    gone.alive = false;
+    gone.version = -1;
     ++v[p].version;
     v[p].next = nx;
     quadric[p].merge_mean(quadric[top.vertex]);
@@ -242,13 +250,13 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
     quadric[nx].merge_mean(quadric[top.vertex]);
     if (ring_too_small(p) || ring_too_small(nx)) break;
     for (const int32_t k : {p, nx}) {
-      const QEMVertex& x = v[k];
-      heap.push({k, x.version, quadric[k].cost(point(x.prev), point(x.next))});
+      const RingVertex<Point>& x = v[k];
+      heap.push({k, x.version, quadric[k].cost(v[x.prev].point, v[x.next].point)});
     }
   }
 
   std::vector<bool> alive(count);
-  for (int32_t i = 0; i < n; ++i) alive[i] = v[i].alive;
+  for (int32_t i = 0; i < n; ++i) alive[i] = v[i].version >= 0;
   return alive;
 }
 
@@ -258,8 +266,8 @@ RetVal get_QEM_simplified_loop(std::vector<Point2>& loop, float tolerance) {
   if (tolerance <= 0.0f || loop.size() < 4) return RETVAL_BAD_INPUT;
   const int32_t n = static_cast<int32_t>(loop.size());
   const double limit = tolerance * tolerance;
-  const std::vector<bool> alive = collapse_ring<PlaneQuadric>(
-      n, [&loop](int32_t i) -> const Point2& { return loop[i]; }, limit);
+  const std::vector<bool> alive = collapse_ring<PlaneQuadric, Point2>(
+      n, [&loop](int32_t i) { return loop[i]; }, limit);
   std::size_t out = 0;
   for (int32_t i = 0; i < n; ++i) {
     if (alive[i]) loop[out++] = loop[i];
@@ -287,12 +295,8 @@ void get_QEM_simplified_loop_with_colour(std::shared_ptr<Path>& path, float posi
   const double limit = colour_tolerance * colour_tolerance;
   const Point2Vector& pts = *points;
   const ColorVector& cols = *colours;
-  std::vector<ColourPoint> packed(pts.size());
-  for (std::size_t i = 0; i < pts.size(); ++i) {
-    packed[i] = ColourPoint{{pts[i].x, pts[i].y, cols[i][0], cols[i][1], cols[i][2]}};
-  }
-  const std::vector<bool> alive = collapse_ring<ColourQuadric>(
-      n, [&packed](int32_t i) -> const ColourPoint& { return packed[i]; }, limit);
+  const std::vector<bool> alive = collapse_ring<ColourQuadric, ColourPoint>(
+      n, [&pts, &cols](int32_t i) { return ColourPoint(pts[i], cols[i]); }, limit);
 
   auto kept_points = std::make_shared<Point2Vector>();
   auto kept_colours = std::make_shared<ColorVector>();
