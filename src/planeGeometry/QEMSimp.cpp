@@ -137,6 +137,13 @@ class CandidateHeap {
   bool empty() const { return len_ == 0; }
   const QEMCandidate& top() const { return h_[0]; }
 
+  // Starts fetching the records of the vertices of the root's children.
+  template <class Record>
+  void fetch_next_vertices(const Record* records) const {
+    if (len_ > 1) __builtin_prefetch(records + h_[1].vertex);
+    if (len_ > 2) __builtin_prefetch(records + h_[2].vertex);
+  }
+
   void push(const QEMCandidate& value) {
     ++len_;
     raise_into(len_ - 1, value);
@@ -228,14 +235,26 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
     return x.next == k || x.next == x.prev || x.prev == k;
   };
 
-  while (!heap.empty()) {
-    // The vertex of the entry about to come out sits anywhere in the ring: start fetching
-    // its links and quadric while the heap closes the gap behind it.
-    const int32_t coming = heap.top().vertex;
-    __builtin_prefetch(&v[coming]);
-    const char* q = reinterpret_cast<const char*>(&quadric[coming]);
+  auto fetch_quadric = [&quadric](int32_t k) {
+    const char* q = reinterpret_cast<const char*>(&quadric[k]);
     for (std::size_t line = 0; line < sizeof(Quadric); line += 64) __builtin_prefetch(q + line);
-    const QEMCandidate top = heap.pop();
+  };
+
+  while (!heap.empty()) {
+    const QEMCandidate top = heap.top();
+    // The entry is looked at before it is taken out, which walks the heap down to a leaf:
+    // meanwhile everything its collapse reads is fetched. Its own record was fetched one
+    // entry earlier, with those of the root's children, as one of them usually comes next.
+    heap.fetch_next_vertices(v.data());
+    const RingVertex<Point>& coming = v[top.vertex];
+    if (coming.version == top.version) {
+      fetch_quadric(top.vertex);
+      fetch_quadric(coming.prev);
+      fetch_quadric(coming.next);
+      __builtin_prefetch(&v[coming.prev]);
+      __builtin_prefetch(&v[coming.next]);
+    }
+    heap.pop();
     RingVertex<Point>& gone = v[top.vertex];
     if (top.version != gone.version) continue;  // stale: the vertex changed since
     if (top.error > limit) break;               // nothing cheaper is left
