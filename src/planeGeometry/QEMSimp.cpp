@@ -225,9 +225,12 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
     const int32_t next = i == n - 1 ? 0 : i + 1;
     new (&v[i]) RingVertex<Point>{prev, next, 0, point(i)};
   }
+  // The quadric of a vertex that nothing was merged into yet (version 0) is that of its point
+  // alone. It is built where it is needed rather than stored for every vertex up front: the
+  // array is only written once a merge changes it, and early collapses, which mostly meet
+  // such vertices, read nothing from it.
   for (int32_t i = 0; i < n; ++i) {
-    new (&quadric[i]) Quadric(v[i].point);
-    heap.push({i, 0, quadric[i].cost(v[v[i].prev].point, v[v[i].next].point)});
+    heap.push({i, 0, Quadric(v[i].point).cost(v[v[i].prev].point, v[v[i].next].point)});
   }
 
   auto ring_too_small = [&v](int32_t k) {
@@ -237,7 +240,7 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
 
   auto fetch_quadric = [&quadric](int32_t k) {
     const char* q = reinterpret_cast<const char*>(&quadric[k]);
-    for (std::size_t line = 0; line < sizeof(Quadric); line += 64) __builtin_prefetch(q + line);
+    for (std::size_t line = 0; line < sizeof(Quadric); line += 64) __builtin_prefetch(q + line, 1);
   };
 
   while (!heap.empty()) {
@@ -248,7 +251,7 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
     heap.fetch_next_vertices(v.data());
     const RingVertex<Point>& coming = v[top.vertex];
     if (coming.version == top.version) {
-      fetch_quadric(top.vertex);
+      if (top.version != 0) fetch_quadric(top.vertex);
       fetch_quadric(coming.prev);
       fetch_quadric(coming.next);
       __builtin_prefetch(&v[coming.prev]);
@@ -260,13 +263,16 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
     if (top.error > limit) break;               // nothing cheaper is left
     const int32_t p = gone.prev;
     const int32_t nx = gone.next;
+    const Quadric merged = top.version == 0 ? Quadric(gone.point) : quadric[top.vertex];
     gone.version = -1;
+    if (v[p].version == 0) new (&quadric[p]) Quadric(v[p].point);
     ++v[p].version;
     v[p].next = nx;
-    quadric[p].merge_mean(quadric[top.vertex]);
+    quadric[p].merge_mean(merged);
+    if (v[nx].version == 0) new (&quadric[nx]) Quadric(v[nx].point);
     ++v[nx].version;
     v[nx].prev = p;
-    quadric[nx].merge_mean(quadric[top.vertex]);
+    quadric[nx].merge_mean(merged);
     if (ring_too_small(p) || ring_too_small(nx)) break;
     for (const int32_t k : {p, nx}) {
       const RingVertex<Point>& x = v[k];
