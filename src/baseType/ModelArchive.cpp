@@ -6,6 +6,8 @@
 #include <memory>
 #include <type_traits>
 
+#include "ArchiveSink.h"
+
 namespace Quorvex {
 
 namespace {
@@ -121,69 +123,56 @@ class ModelSource {
 
 // ---- writing
 
-void write_i32(WriteAble& out, std::int32_t v) {
-  out.write(reinterpret_cast<const char*>(&v), sizeof(v));
-}
-
-void write_f32(WriteAble& out, float v) { out.write(reinterpret_cast<const char*>(&v), sizeof(v)); }
-
-void write_points(WriteAble& out, const std::vector<Point2>* points) {
+void write_points(ArchiveSink& out, const std::vector<Point2>* points) {
   const std::int32_t n = points ? static_cast<std::int32_t>(points->size()) : 0;
-  write_i32(out, n);
-  if (n > 0) {
-    out.write(reinterpret_cast<const char*>(points->data()),
-              static_cast<std::size_t>(n) * sizeof(Point2));
-  }
+  out.put_i32(n);
+  if (n > 0) out.put_block(points->data(), static_cast<std::size_t>(n) * sizeof(Point2));
 }
 
-void write_path(WriteAble& out, const Path& p) {
-  write_i32(out, static_cast<std::int32_t>(p.get_type()));
-  write_f32(out, p.get_z());
-  write_f32(out, p.get_width());
-  write_i32(out, p.get_id());
+void write_path(ArchiveSink& out, const Path& p) {
+  out.put_i32(static_cast<std::int32_t>(p.get_type()));
+  out.put_f32(p.get_z());
+  out.put_f32(p.get_width());
+  out.put_i32(p.get_id());
   // A path without points has no form of its own; it is stored as an empty one.
   write_points(out, p.get_points().get());
 
   const std::shared_ptr<ColorVector const> colors = p.get_colors();
   const std::int32_t color_count = colors ? static_cast<std::int32_t>(colors->size()) : 0;
-  write_i32(out, color_count);
+  out.put_i32(color_count);
   for (std::int32_t i = 0; i < color_count; ++i) {
-    const Color3f& c = (*colors)[static_cast<std::size_t>(i)];
-    out.write(reinterpret_cast<const char*>(c.data()), 3 * sizeof(float));
+    out.put((*colors)[static_cast<std::size_t>(i)].data(), 3 * sizeof(float));
   }
 
   const auto extra = p.get_extra_shell_component();
   const auto extend = p.get_extend_path_component();
-  write_i32(out, (extra ? 1 : 0) + (extend ? 1 : 0));
+  out.put_i32((extra ? 1 : 0) + (extend ? 1 : 0));
   if (extra) {
-    write_i32(out, 1);
-    write_i32(out, extra->get_extraShell_id());
-    write_i32(out, extra->is_small_region() ? 1 : 0);
+    out.put_i32(1);
+    out.put_i32(extra->get_extraShell_id());
+    out.put_i32(extra->is_small_region() ? 1 : 0);
   }
   if (extend) {
-    write_i32(out, 2);
+    out.put_i32(2);
     write_points(out, extend->get_tails().get());
     write_points(out, extend->get_heads().get());
   }
 }
 
-void write_path_list(WriteAble& out, const std::vector<std::shared_ptr<Path>>& list) {
-  write_i32(out, static_cast<std::int32_t>(list.size()));
+void write_path_list(ArchiveSink& out, const std::vector<std::shared_ptr<Path>>& list) {
+  out.put_i32(static_cast<std::int32_t>(list.size()));
   const Path empty;
   for (const auto& p : list) write_path(out, p ? *p : empty);
 }
 
-void write_layer(WriteAble& out, const Layer& l) {
-  write_i32(out, l.get_id());
-  write_f32(out, l.get_z());
-  write_f32(out, l.get_thickness());
+void write_layer(ArchiveSink& out, const Layer& l) {
+  out.put_i32(l.get_id());
+  out.put_f32(l.get_z());
+  out.put_f32(l.get_thickness());
   const std::vector<float>& offsets = l.get_extraShell_offsets();
   const std::int32_t n = static_cast<std::int32_t>(offsets.size());
-  write_i32(out, n);
-  if (n > 0) {
-    out.write(reinterpret_cast<const char*>(offsets.data()),
-              static_cast<std::size_t>(n) * sizeof(float));
-  }
+  out.put_i32(n);
+  if (n > 0) out.put_block(offsets.data(), static_cast<std::size_t>(n) * sizeof(float));
   write_path_list(out, l.get_boundary_paths());
   write_path_list(out, l.get_extraShell_paths());
   write_path_list(out, l.get_fill_paths());
@@ -195,11 +184,11 @@ void write_layer(WriteAble& out, const Layer& l) {
   write_path_list(out, l.get_small_region_paths());
 }
 
-void write_entity(WriteAble& out, const Entity& e) {
-  write_i32(out, static_cast<std::int32_t>(e.get_craft_type()));
-  write_f32(out, e.get_platform_height());
+void write_entity(ArchiveSink& out, const Entity& e) {
+  out.put_i32(static_cast<std::int32_t>(e.get_craft_type()));
+  out.put_f32(e.get_platform_height());
   const auto& layers = e.get_layers();
-  write_i32(out, static_cast<std::int32_t>(layers.size()));
+  out.put_i32(static_cast<std::int32_t>(layers.size()));
   const Layer empty;
   for (const auto& l : layers) write_layer(out, l ? *l : empty);
 }
@@ -327,25 +316,37 @@ void Point2Vector::read_archive(ReadAble& in) {
   ModelSource src(in);
   read_points(src, *this);
 }
-void Point2Vector::write_archive(WriteAble& out) const { write_points(out, this); }
+void Point2Vector::write_archive(WriteAble& out) const {
+  ArchiveSink sink(out);
+  write_points(sink, this);
+}
 
 void Path::read_archive(ReadAble& in) {
   ModelSource src(in);
   read_path(src, *this);
 }
-void Path::write_archive(WriteAble& out) const { write_path(out, *this); }
+void Path::write_archive(WriteAble& out) const {
+  ArchiveSink sink(out);
+  write_path(sink, *this);
+}
 
 void Layer::read_archive(ReadAble& in) {
   ModelSource src(in);
   read_layer(src, *this);
 }
-void Layer::write_archive(WriteAble& out) const { write_layer(out, *this); }
+void Layer::write_archive(WriteAble& out) const {
+  ArchiveSink sink(out);
+  write_layer(sink, *this);
+}
 
 void Entity::read_archive(ReadAble& in) {
   ModelSource src(in);
   read_entity(src, *this);
 }
-void Entity::write_archive(WriteAble& out) const { write_entity(out, *this); }
+void Entity::write_archive(WriteAble& out) const {
+  ArchiveSink sink(out);
+  write_entity(sink, *this);
+}
 
 // ---- operators
 
@@ -356,7 +357,8 @@ std::istream& operator>>(std::istream& in, Entity& entity) {
 }
 std::ostream& operator<<(std::ostream& out, const Entity& entity) {
   WriteAble h(out);
-  entity.write_archive(h);
+  ArchiveSink sink(h, &out);
+  write_entity(sink, entity);
   return out;
 }
 std::istream& operator>>(std::istream& in, Layer& layer) {
@@ -366,7 +368,8 @@ std::istream& operator>>(std::istream& in, Layer& layer) {
 }
 std::ostream& operator<<(std::ostream& out, const Layer& layer) {
   WriteAble h(out);
-  layer.write_archive(h);
+  ArchiveSink sink(h, &out);
+  write_layer(sink, layer);
   return out;
 }
 std::istream& operator>>(std::istream& in, Path& path) {
@@ -397,7 +400,8 @@ std::istream& operator>>(std::istream& in, std::vector<Point2>& points) {
 }
 std::ostream& operator<<(std::ostream& out, const std::vector<Point2>& points) {
   WriteAble h(out);
-  write_points(h, &points);
+  ArchiveSink sink(h);
+  write_points(sink, &points);
   return out;
 }
 

@@ -4,8 +4,10 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <vector>
 
+#include "LargePageArray.h"
 #include "quorvex/baseType/Path.h"
 
 namespace Quorvex {
@@ -13,9 +15,10 @@ namespace Quorvex {
 namespace {
 
 // ---- Plain quadric: the running mean of (x*x, x*y, x, y*y, y, 1) over the merged points.
+// The mean of the constant 1 stays 1 and the cost does not read it, so it is not stored.
 
 struct PlaneQuadric {
-  double xx, xy, x, yy, y, one;
+  double xx, xy, x, yy, y;
 
   explicit PlaneQuadric(const Point2& p) {
     const double px = p.x;
@@ -25,7 +28,6 @@ struct PlaneQuadric {
     x = px;
     yy = py * py;
     y = py;
-    one = 1.0;
   }
 
   // A mean, not a sum: the latest merge weighs as much as everything merged before.
@@ -35,7 +37,6 @@ struct PlaneQuadric {
     x = (x + o.x) * 0.5;
     yy = (yy + o.yy) * 0.5;
     y = (y + o.y) * 0.5;
-    one = (one + o.one) * 0.5;
   }
 
   // Mean squared distance of the merged points from the line through p and q.
@@ -49,7 +50,7 @@ struct PlaneQuadric {
     const double na = a / norm;
     const double nb = b / norm;
     const double nc = c / norm;
-    // The constant term stands alone: the weight `one` stays 1 under mean merging.
+    // The constant term stands alone: the weight of the constant stays 1 under mean merging.
     return na * na * xx + 2 * na * nb * xy + 2 * na * nc * x + nb * nb * yy + 2 * nb * nc * y +
            nc * nc;
   }
@@ -66,6 +67,10 @@ using Rows25 = Eigen::Matrix<double, 2, 5>;
 // Position and colour of one vertex side by side, so that reading a neighbour costs one
 // memory access rather than one in each sequence of the path.
 struct ColourPoint {
+  ColourPoint() = default;
+  ColourPoint(const Point2& at, const Color3f& colour)
+      : v{at.x, at.y, colour[0], colour[1], colour[2]} {}
+
   float v[5];
 
   Vec5 widened() const {
@@ -123,23 +128,31 @@ struct QEMCandidate {
 // Binary min-heap on `error` with fixed tie rules, so that equal errors come out in one
 // defined order: a new entry rises past strictly greater parents only; on removal the hole
 // runs down to a leaf along the smaller child (the right one on equal children), and the
-// last entry is then raised from there.
+// last entry is then raised from there. The capacity is fixed when it is made.
 class CandidateHeap {
  public:
-  void reserve(std::size_t n) { h_.reserve(n); }
-  bool empty() const { return h_.empty(); }
-  const QEMCandidate& top() const { return h_.front(); }
+  // Entries are 16 bytes; with the first one 16 bytes into a cache line, two siblings always
+  // share a line, and the eight descendants of an entry three levels down fill two.
+  explicit CandidateHeap(std::size_t capacity) : h_(capacity, kLead) {}
+  bool empty() const { return len_ == 0; }
+  const QEMCandidate& top() const { return h_[0]; }
+
+  // Starts fetching the records of the vertices of the root's children.
+  template <class Record>
+  void fetch_next_vertices(const Record* records) const {
+    if (len_ > 1) __builtin_prefetch(records + h_[1].vertex);
+    if (len_ > 2) __builtin_prefetch(records + h_[2].vertex);
+  }
 
   void push(const QEMCandidate& value) {
-    h_.push_back(value);
-    raise_into(h_.size() - 1, value);
+    ++len_;
+    raise_into(len_ - 1, value);
   }
 
   QEMCandidate pop() {
-    const QEMCandidate top = h_.front();
-    const QEMCandidate last = h_.back();
-    h_.pop_back();
-    const std::size_t len = h_.size();
+    const QEMCandidate top = h_[0];
+    const QEMCandidate last = h_[--len_];
+    const std::size_t len = len_;
     if (len == 0) return top;
     std::size_t hole = 0;
     std::size_t child = 0;
@@ -147,10 +160,13 @@ class CandidateHeap {
       child = 2 * (child + 1);
       if (h_[child].error > h_[child - 1].error) --child;
       // The hole goes down a path that depends on every comparison, so on a heap larger
-      // than the cache each level would wait for memory; fetching the grandchildren now
-      // overlaps the next two levels' misses with this one.
-      const std::size_t grandchildren = 4 * child + 3;
-      if (grandchildren < len) __builtin_prefetch(h_.data() + grandchildren);
+      // than the cache each level would wait for memory; fetching the eight descendants
+      // three levels down (two lines) overlaps the next levels' misses with this one.
+      const std::size_t ahead = 8 * child + 7;
+      if (ahead < len) {
+        __builtin_prefetch(h_.data() + ahead);
+        __builtin_prefetch(h_.data() + ahead + 4);
+      }
       h_[hole] = h_[child];
       hole = child;
     }
@@ -164,6 +180,9 @@ class CandidateHeap {
   }
 
  private:
+  static constexpr std::size_t kLead = 16;
+  static_assert(sizeof(QEMCandidate) == 16, "the lead assumes 16-byte entries");
+
   void raise_into(std::size_t hole, const QEMCandidate& value) {
     while (hole > 0) {
       const std::size_t parent = (hole - 1) / 2;
@@ -174,71 +193,95 @@ class CandidateHeap {
     h_[hole] = value;
   }
 
-  std::vector<QEMCandidate> h_;
+  LargePageArray<QEMCandidate> h_;
+  std::size_t len_ = 0;
 };
 
-// The ring links of one input vertex. The quadrics live in a parallel array: the links are
-// what every heap entry is checked against, and kept small they stay in cache on long loops.
-struct QEMVertex {
-  int32_t id;
+// The ring links of one input vertex, with its version and a copy of its point: a collapse
+// walks from the vertex to its neighbours and on to theirs, and reads the points at the ends,
+// all in records that lie close together in the input order. The quadrics, read only for the
+// collapsed vertex and its two neighbours, stand apart in a parallel array. A collapsed
+// vertex has version -1, which no heap entry carries. 32 bytes with a coloured point.
+template <class Point>
+struct RingVertex {
   int32_t prev;
   int32_t next;
   int32_t version;
-  bool alive;
+  Point point;
 };
 
 // `point(i)` gives what the quadric of input vertex i is built from and measured against;
 // the input itself is never moved, only relinked. Returns the alive flags in input order.
-template <class Quadric, class PointOf>
+template <class Quadric, class Point, class PointOf>
 std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
-  std::vector<QEMVertex> v;
-  std::vector<Quadric> quadric;
-  v.reserve(static_cast<std::size_t>(n));
-  quadric.reserve(static_cast<std::size_t>(n));
-  CandidateHeap heap;
-  heap.reserve(3 * static_cast<std::size_t>(n));
+  const std::size_t count = static_cast<std::size_t>(n);
+  LargePageArray<RingVertex<Point>> v(count);
+  LargePageArray<Quadric> quadric(count);
+  // Every collapse pushes two entries and removes a vertex, so the heap never holds more
+  // than n + 2 (n - 2) entries.
+  CandidateHeap heap(3 * count);
   for (int32_t i = 0; i < n; ++i) {
     const int32_t prev = i == 0 ? n - 1 : i - 1;
     const int32_t next = i == n - 1 ? 0 : i + 1;
-    quadric.emplace_back(point(i));
-    heap.push({i, 0, quadric.back().cost(point(prev), point(next))});
-    v.push_back({i, prev, next, 0, true});
+    new (&v[i]) RingVertex<Point>{prev, next, 0, point(i)};
+  }
+  // The quadric of a vertex that nothing was merged into yet (version 0) is that of its point
+  // alone. It is built where it is needed rather than stored for every vertex up front: the
+  // array is only written once a merge changes it, and early collapses, which mostly meet
+  // such vertices, read nothing from it.
+  for (int32_t i = 0; i < n; ++i) {
+    heap.push({i, 0, Quadric(v[i].point).cost(v[v[i].prev].point, v[v[i].next].point)});
   }
 
   auto ring_too_small = [&v](int32_t k) {
-    const QEMVertex& x = v[k];
-    return x.next == x.id || x.next == x.prev || x.prev == x.id;
+    const RingVertex<Point>& x = v[k];
+    return x.next == k || x.next == x.prev || x.prev == k;
+  };
+
+  auto fetch_quadric = [&quadric](int32_t k) {
+    const char* q = reinterpret_cast<const char*>(&quadric[k]);
+    for (std::size_t line = 0; line < sizeof(Quadric); line += 64) __builtin_prefetch(q + line, 1);
   };
 
   while (!heap.empty()) {
-    const QEMCandidate top = heap.pop();
-    QEMVertex& gone = v[top.vertex];
+    const QEMCandidate top = heap.top();
+    // The entry is looked at before it is taken out, which walks the heap down to a leaf:
+    // meanwhile everything its collapse reads is fetched. Its own record was fetched one
+    // entry earlier, with those of the root's children, as one of them usually comes next.
+    heap.fetch_next_vertices(v.data());
+    const RingVertex<Point>& coming = v[top.vertex];
+    if (coming.version == top.version) {
+      if (top.version != 0) fetch_quadric(top.vertex);
+      fetch_quadric(coming.prev);
+      fetch_quadric(coming.next);
+      __builtin_prefetch(&v[coming.prev]);
+      __builtin_prefetch(&v[coming.next]);
+    }
+    heap.pop();
+    RingVertex<Point>& gone = v[top.vertex];
     if (top.version != gone.version) continue;  // stale: the vertex changed since
     if (top.error > limit) break;               // nothing cheaper is left
     const int32_t p = gone.prev;
     const int32_t nx = gone.next;
-    ++gone.version;
-    gone.alive = false;
+    const Quadric merged = top.version == 0 ? Quadric(gone.point) : quadric[top.vertex];
+    gone.version = -1;
+    if (v[p].version == 0) new (&quadric[p]) Quadric(v[p].point);
     ++v[p].version;
     v[p].next = nx;
-    quadric[p].merge_mean(quadric[top.vertex]);
+    quadric[p].merge_mean(merged);
+    if (v[nx].version == 0) new (&quadric[nx]) Quadric(v[nx].point);
     ++v[nx].version;
     v[nx].prev = p;
-    quadric[nx].merge_mean(quadric[top.vertex]);
+    quadric[nx].merge_mean(merged);
     if (ring_too_small(p) || ring_too_small(nx)) break;
     for (const int32_t k : {p, nx}) {
-      const QEMVertex& x = v[k];
-      heap.push({k, x.version, quadric[k].cost(point(x.prev), point(x.next))});
+      const RingVertex<Point>& x = v[k];
+      heap.push({k, x.version, quadric[k].cost(v[x.prev].point, v[x.next].point)});
     }
-    // The next vertex to collapse sits anywhere in the ring: start fetching its links and
-    // quadric while the heap entry is taken out.
-    const int32_t next_top = heap.top().vertex;
-    __builtin_prefetch(&v[next_top]);
-    __builtin_prefetch(&quadric[next_top]);
   }
 
-  std::vector<bool> alive(static_cast<std::size_t>(n));
-  for (int32_t i = 0; i < n; ++i) alive[i] = v[i].alive;
+  std::vector<bool> alive(count);
+  for (int32_t i = 0; i < n; ++i) alive[i] = v[i].version >= 0;
   return alive;
 }
 
@@ -248,8 +291,8 @@ RetVal get_QEM_simplified_loop(std::vector<Point2>& loop, float tolerance) {
   if (tolerance <= 0.0f || loop.size() < 4) return RETVAL_BAD_INPUT;
   const int32_t n = static_cast<int32_t>(loop.size());
   const double limit = tolerance * tolerance;
-  const std::vector<bool> alive = collapse_ring<PlaneQuadric>(
-      n, [&loop](int32_t i) -> const Point2& { return loop[i]; }, limit);
+  const std::vector<bool> alive = collapse_ring<PlaneQuadric, Point2>(
+      n, [&loop](int32_t i) { return loop[i]; }, limit);
   std::size_t out = 0;
   for (int32_t i = 0; i < n; ++i) {
     if (alive[i]) loop[out++] = loop[i];
@@ -277,12 +320,8 @@ void get_QEM_simplified_loop_with_colour(std::shared_ptr<Path>& path, float posi
   const double limit = colour_tolerance * colour_tolerance;
   const Point2Vector& pts = *points;
   const ColorVector& cols = *colours;
-  std::vector<ColourPoint> packed(pts.size());
-  for (std::size_t i = 0; i < pts.size(); ++i) {
-    packed[i] = ColourPoint{{pts[i].x, pts[i].y, cols[i][0], cols[i][1], cols[i][2]}};
-  }
-  const std::vector<bool> alive = collapse_ring<ColourQuadric>(
-      n, [&packed](int32_t i) -> const ColourPoint& { return packed[i]; }, limit);
+  const std::vector<bool> alive = collapse_ring<ColourQuadric, ColourPoint>(
+      n, [&pts, &cols](int32_t i) { return ColourPoint(pts[i], cols[i]); }, limit);
 
   auto kept_points = std::make_shared<Point2Vector>();
   auto kept_colours = std::make_shared<ColorVector>();
