@@ -5,9 +5,7 @@
 #include <cstring>
 #include <type_traits>
 
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
+#include "LargePageArray.h"
 
 namespace Quorvex {
 
@@ -31,29 +29,12 @@ inline void prefetch_node(const DT_Node<T>* pool, int32_t id) {
 // The pool is raw malloc memory grown by memcpy, which the node type must allow.
 static_assert(std::is_trivially_copyable<DT_Node<AABB2D>>::value, "pool nodes are copied as bytes");
 
-// A large pool is read at random places on every walk; on 4 KiB pages nearly each of those
-// reads also misses the address translation cache. Where the system grants large pages on
-// request, the whole 2 MiB pages inside the block are asked for before they are first
-// touched (the pool is written right after it is allocated).
-constexpr size_t kLargePage = size_t(2) << 20;
-
-inline void ask_for_large_pages(void* block, size_t bytes) {
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-  if (block == nullptr || bytes < 2 * kLargePage) return;
-  const uintptr_t begin = (reinterpret_cast<uintptr_t>(block) + kLargePage - 1) & ~(kLargePage - 1);
-  const uintptr_t end = (reinterpret_cast<uintptr_t>(block) + bytes) & ~(kLargePage - 1);
-  if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
-#else
-  (void)block;
-  (void)bytes;
-#endif
-}
-
 template <class T>
 DT_Node<T>* allocate_pool(int32_t capacity) {
   const size_t bytes = sizeof(DT_Node<T>) * static_cast<size_t>(capacity);
   void* block = std::malloc(bytes);
-  ask_for_large_pages(block, bytes);
+  // The pool is written right after it is allocated, so the advice comes first.
+  advise_large_pages(block, bytes);
   return static_cast<DT_Node<T>*>(block);
 }
 
