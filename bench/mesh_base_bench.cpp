@@ -68,15 +68,21 @@ const std::string& sample_path() {
   return path;
 }
 
-// The reader must hold exactly the corners the bytes hold, face by face; checked once.
+// The reader must hold exactly the corners the bytes hold, face by face, and the unit
+// normal of each face; checked once.
 bool mesh_matches_bytes(const BaseTriMesh& mesh, const std::vector<unsigned char>& bytes) {
   const std::size_t n = (bytes.size() - 84) / 50;
   if (mesh.get_fn() != n) return false;
   for (std::size_t f = 0; f < n; ++f) {
+    Vector3f corners[3];
     for (int c = 0; c < 3; ++c) {
-      const Vector3f& v = mesh.get_vCoord(std::size_t(mesh.get_face(f)[c]));
-      if (std::memcmp(v.data(), bytes.data() + 84 + 50 * f + 12 + 12 * c, 12) != 0) return false;
+      corners[c] = mesh.get_vCoord(std::size_t(mesh.get_face(f)[c]));
+      if (std::memcmp(corners[c].data(), bytes.data() + 84 + 50 * f + 12 + 12 * c, 12) != 0) {
+        return false;
+      }
     }
+    const Vector3f normal = Quorvex::triangle_unit_normal(corners[0], corners[1], corners[2]);
+    if (std::memcmp(normal.data(), mesh.get_fNrv(f).data(), 12) != 0) return false;
   }
   return mesh.get_vn() == std::size_t(kGrid + 1) * (kGrid + 1);
 }

@@ -57,6 +57,14 @@ void BaseTriMesh::set_vCoords(const std::vector<Vector3f>& coords) {
   for (std::size_t i = 0; i < faces_.size(); ++i) normals_[i] = normal_of(faces_[i]);
 }
 
+void BaseTriMesh::take_content(std::vector<Vector3f>&& coords, std::vector<BaseTriFace>&& faces,
+                               std::vector<Vector3f>&& normals) {
+  coords_ = std::move(coords);
+  colors_.assign(color_enabled_ ? coords_.size() : 0, Vector3f::Zero());
+  faces_ = std::move(faces);
+  normals_ = std::move(normals);
+}
+
 std::size_t BaseTriMesh::add_vCoord(const Vector3f& p) {
   coords_.push_back(p);
   if (color_enabled_) colors_.push_back(Vector3f::Zero());

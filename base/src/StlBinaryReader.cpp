@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "StlParse.h"
@@ -26,6 +28,12 @@ VertexWelder::Key load_vertex_key(const unsigned char* p) {
   return VertexWelder::Key{{load_le32(p), load_le32(p + 4), load_le32(p + 8)}};
 }
 
+Vector3f point_of(const VertexWelder::Key& k) {
+  Vector3f p;
+  std::memcpy(p.data(), k.bits, sizeof(k.bits));
+  return p;
+}
+
 }  // namespace
 
 std::uint32_t stl_binary_face_count(const unsigned char* header) { return load_le32(header + 80); }
@@ -42,6 +50,15 @@ bool stl_binary_size_fits(std::uint64_t faces, std::uint64_t size, const std::st
 // A closed surface has about half as many vertices as faces; the welder grows beyond.
 StlBinaryFaces::StlBinaryFaces(std::size_t face_count) : welder_(face_count / 2 + 1) {
   faces_.reserve(face_count);
+  normals_.reserve(face_count);
+}
+
+void StlBinaryFaces::store(BaseTriMesh& mesh) {
+  if (typeid(mesh) == typeid(BaseTriMesh)) {
+    mesh.take_content(std::move(welder_.vertices()), std::move(faces_), std::move(normals_));
+    return;
+  }
+  store_welded_mesh(mesh, welder_.vertices(), faces_);
 }
 
 namespace {
@@ -88,6 +105,8 @@ bool StlBinaryFaces::add_records(const unsigned char* records, std::size_t count
         }
       }
       faces_.emplace_back(corner[0], corner[1], corner[2]);
+      const VertexWelder::Key* k = &b.keys[3 * f];
+      normals_.push_back(triangle_unit_normal(point_of(k[0]), point_of(k[1]), point_of(k[2])));
     }
   }
   return true;

@@ -37,11 +37,15 @@ class StlBinaryFaces {
   // False (logged) when the mesh would need more vertices than it can index.
   bool add_records(const unsigned char* records, std::size_t count, const std::string& what);
   // Hands the vertices and faces over; the object is spent afterwards.
-  void store(BaseTriMesh& mesh) { store_welded_mesh(mesh, welder_.vertices(), faces_); }
+  void store(BaseTriMesh& mesh);
 
  private:
   VertexWelder welder_;
   std::vector<BaseTriFace> faces_;
+  // Computed from the records' own corners while they are at hand: the welded vertices
+  // carry the same bits, so these are the normals the mesh would compute, without a
+  // second pass that gathers every corner again.
+  std::vector<Vector3f> normals_;
 };
 
 // ASCII text; `total_bytes` (0 when unknown) scales the progress.

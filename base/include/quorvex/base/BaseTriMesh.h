@@ -79,6 +79,10 @@ class QXB_EXPORT BaseTriMesh : public Cloud {
   // result is that of clear, set_vCoords and set_faces. Not virtual and not through the
   // virtual operations: for readers that hold a mesh of exactly this class.
   void take_content(std::vector<Vector3f>&& coords, std::vector<BaseTriFace>&& faces);
+  // The same with the face normals already computed by the caller, one per face, each
+  // equal to what the mesh would compute over these vertices.
+  void take_content(std::vector<Vector3f>&& coords, std::vector<BaseTriFace>&& faces,
+                    std::vector<Vector3f>&& normals);
 
  protected:
   // Normal of a face over the current vertices; zero when a corner names no vertex.
