@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -30,6 +31,8 @@ void print_usage(std::ostream& out) {
          "  info FILE               describe a mesh (.stl .obj .3mf) or an archive (.qxm)\n"
          "\n"
          "options:\n"
+         "  --verbose               show the library's own log lines on standard error, from\n"
+         "                          information up (any command)\n"
          "  -h, --help              show this help\n"
          "  --version               show the version\n";
 }
@@ -39,6 +42,9 @@ void print_usage(std::ostream& out) {
 int main(int argc, char** argv) {
   using namespace QuorvexTool;
   std::vector<std::string> args(argv + 1, argv + argc);
+  const auto verbose_flag = std::find(args.begin(), args.end(), "--verbose");
+  const bool verbose = verbose_flag != args.end();
+  if (verbose) args.erase(verbose_flag);
   if (args.empty()) {
     print_usage(std::cerr);
     return kExitUsage;
@@ -54,8 +60,9 @@ int main(int argc, char** argv) {
     return kExitOk;
   }
   // The command reports every failure in its own words, one line each; the library's
-  // log lines would only repeat them, so they stay off (and no log file is written).
-  Quorvex::qx_init_logger(3, "", true, false);
+  // log lines would mostly repeat them, so they stay off unless asked for, and no log file
+  // is written either way.
+  Quorvex::qx_init_logger(verbose ? 0 : 3, "", true, false);
   if (command == "demo") return run_demo(args);
   if (command == "slice") return run_slice(args);
   if (command == "gcode") return run_gcode(args);
