@@ -143,6 +143,10 @@ class BuildExpander {
     return false;
   }
   bool kind_of(DWORD id, ObjectKind& kind);
+  // Opens mesh object `id` with its vertex and triangle counts; false (logged) on failure.
+  bool open_mesh(DWORD id, Lib3mfHandle& mesh, DWORD& vertex_count, DWORD& triangle_count);
+  // Opens components object `id` with its component count; false (logged) on failure.
+  bool open_components(DWORD id, Lib3mfHandle& components, DWORD& component_count);
   bool count(DWORD id, int depth, Totals& totals);
   bool place(DWORD id, const Affine& transform, int depth);
   bool place_mesh(DWORD id, const Affine& transform);
@@ -228,21 +232,13 @@ bool BuildExpander::count(DWORD id, int depth, Totals& totals) {
     Lib3mfHandle mesh;
     DWORD vertex_count = 0;
     DWORD triangle_count = 0;
-    if (NMR::lib3mf_model_getmeshobjectbyid(model_, id, mesh.out()) != LIB3MF_OK ||
-        NMR::lib3mf_meshobject_getvertexcount(mesh.get(), &vertex_count) != LIB3MF_OK ||
-        NMR::lib3mf_meshobject_gettrianglecount(mesh.get(), &triangle_count) != LIB3MF_OK) {
-      return fail("cannot read mesh object " + std::to_string(id), model_);
-    }
+    if (!open_mesh(id, mesh, vertex_count, triangle_count)) return false;
     own.vertices = vertex_count;
     own.triangles = triangle_count;
   } else {
     Lib3mfHandle components;
     DWORD component_count = 0;
-    if (NMR::lib3mf_model_getcomponentsobjectbyid(model_, id, components.out()) != LIB3MF_OK ||
-        NMR::lib3mf_componentsobject_getcomponentcount(components.get(), &component_count) !=
-            LIB3MF_OK) {
-      return fail("cannot read components object " + std::to_string(id), model_);
-    }
+    if (!open_components(id, components, component_count)) return false;
     for (DWORD k = 0; k < component_count; ++k) {
       Lib3mfHandle component;
       DWORD child = 0;
@@ -263,15 +259,30 @@ bool BuildExpander::count(DWORD id, int depth, Totals& totals) {
   return true;
 }
 
-bool BuildExpander::place_mesh(DWORD id, const Affine& transform) {
-  Lib3mfHandle mesh;
-  DWORD vertex_count = 0;
-  DWORD triangle_count = 0;
+bool BuildExpander::open_mesh(DWORD id, Lib3mfHandle& mesh, DWORD& vertex_count,
+                              DWORD& triangle_count) {
   if (NMR::lib3mf_model_getmeshobjectbyid(model_, id, mesh.out()) != LIB3MF_OK ||
       NMR::lib3mf_meshobject_getvertexcount(mesh.get(), &vertex_count) != LIB3MF_OK ||
       NMR::lib3mf_meshobject_gettrianglecount(mesh.get(), &triangle_count) != LIB3MF_OK) {
     return fail("cannot read mesh object " + std::to_string(id), model_);
   }
+  return true;
+}
+
+bool BuildExpander::open_components(DWORD id, Lib3mfHandle& components, DWORD& component_count) {
+  if (NMR::lib3mf_model_getcomponentsobjectbyid(model_, id, components.out()) != LIB3MF_OK ||
+      NMR::lib3mf_componentsobject_getcomponentcount(components.get(), &component_count) !=
+          LIB3MF_OK) {
+    return fail("cannot read components object " + std::to_string(id), model_);
+  }
+  return true;
+}
+
+bool BuildExpander::place_mesh(DWORD id, const Affine& transform) {
+  Lib3mfHandle mesh;
+  DWORD vertex_count = 0;
+  DWORD triangle_count = 0;
+  if (!open_mesh(id, mesh, vertex_count, triangle_count)) return false;
   std::vector<NMR::MODELMESHVERTEX> vertices(vertex_count);
   std::vector<NMR::MODELMESHTRIANGLE> triangles(triangle_count);
   DWORD written = 0;
@@ -321,11 +332,7 @@ bool BuildExpander::place(DWORD id, const Affine& transform, int depth) {
 
   Lib3mfHandle components;
   DWORD component_count = 0;
-  if (NMR::lib3mf_model_getcomponentsobjectbyid(model_, id, components.out()) != LIB3MF_OK ||
-      NMR::lib3mf_componentsobject_getcomponentcount(components.get(), &component_count) !=
-          LIB3MF_OK) {
-    return fail("cannot read components object " + std::to_string(id), model_);
-  }
+  if (!open_components(id, components, component_count)) return false;
   for (DWORD k = 0; k < component_count; ++k) {
     Lib3mfHandle component;
     DWORD child = 0;
