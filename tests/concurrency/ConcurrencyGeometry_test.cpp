@@ -59,90 +59,76 @@ TEST(ConcurrencyClipper, IndependentObjectsOnSharedLoopsAgreeWithALoneRun) {
   }
 }
 
+// Fill lines, plain and linked, and their order on the same shared region.
 TEST(ConcurrencyFill, FillLinesAndTheirOrderOnDistinctOutputs) {
   const ConstLoops region = {wavy_loop(500, 0, 0, 60), square(-10, -10, 20, false)};
-  auto fill = [&](int i, Loops& lines, Loops& sorted) {
+  struct Out {
+    Loops lines, sorted, linked;
+  };
+  auto fill = [&](int i, Out& o) {
     const float angle = 15.0f * static_cast<float>(i);
-    ASSERT_EQ(get_fill_line_from_loops(region, lines, 0.8f, angle, 0.5f, false), RETVAL_OK);
-    const ConstLoops scan(lines.begin(), lines.end());
-    ASSERT_EQ(sort_discontinued_fill_line(scan, sorted, 2.0f, 0.8f), RETVAL_OK);
+    ASSERT_EQ(get_fill_line_from_loops(region, o.lines, 0.8f, angle, 0.5f, false), RETVAL_OK);
+    const ConstLoops scan(o.lines.begin(), o.lines.end());
+    ASSERT_EQ(sort_discontinued_fill_line(scan, o.sorted, 2.0f, 0.8f), RETVAL_OK);
+    ASSERT_EQ(get_fill_line_from_loops(region, o.linked, 0.8f, angle, 0.5f, true), RETVAL_OK);
   };
-  Loops lines[kThreads], sorted[kThreads], lines_alone[kThreads], sorted_alone[kThreads];
-  for (int i = 0; i < kThreads; ++i) fill(i, lines_alone[i], sorted_alone[i]);
-  run_together([&](int i) { fill(i, lines[i], sorted[i]); });
+  Out alone[kThreads], got[kThreads];
+  for (int i = 0; i < kThreads; ++i) fill(i, alone[i]);
+  run_together([&](int i) { fill(i, got[i]); });
   for (int i = 0; i < kThreads; ++i) {
-    ASSERT_GT(lines_alone[i].size(), 50u) << i;
-    EXPECT_TRUE(same_loops(lines[i], lines_alone[i])) << i;
-    EXPECT_TRUE(same_loops(sorted[i], sorted_alone[i])) << i;
+    ASSERT_GT(alone[i].lines.size(), 50u) << i;
+    EXPECT_TRUE(same_loops(got[i].lines, alone[i].lines)) << i;
+    EXPECT_TRUE(same_loops(got[i].sorted, alone[i].sorted)) << i;
+    EXPECT_TRUE(same_loops(got[i].linked, alone[i].linked)) << i;
   }
-
-  // The linked form on the same shared loops.
-  Loops linked_alone;
-  ASSERT_EQ(get_fill_line_from_loops(region, linked_alone, 0.8f, 30.0f, 0.5f, true), RETVAL_OK);
-  Loops linked[kThreads];
-  run_together([&](int i) {
-    EXPECT_EQ(get_fill_line_from_loops(region, linked[i], 0.8f, 30.0f, 0.5f, true), RETVAL_OK);
-  });
-  for (const Loops& l : linked) EXPECT_TRUE(same_loops(l, linked_alone));
 }
 
-// Each simplifier on its own copy of one loop; the copies come out as a lone call's.
-TEST(ConcurrencySimplify, TheThreeSimplifiersOnDistinctLoops) {
+// Each simplifier, plain and coloured, on its own copy of one loop; the copies come out as a
+// lone call's.
+TEST(ConcurrencySimplify, AllSimplifiersOnDistinctLoops) {
   const std::shared_ptr<const Point2Vector> source = wavy_loop(2000, 5, 5, 80);
-  auto simplify = [&](int which, std::vector<Point2>& loop) {
-    loop = *source;
-    switch (which % 4) {
-      case 0:
-        get_simplified_loop_DP(loop, 0.05f);
-        break;
-      case 1:
-        get_simplified_loop_DP(loop, 0.05f, 3.0f);  // the form with the capture hook
-        break;
-      case 2:
-        get_simplified_loop(loop, 0.2f);
-        break;
-      default:
-        get_QEM_simplified_loop(loop, 0.05f);
-        break;
-    }
+  struct Out {
+    std::vector<Point2> loop;
+    std::shared_ptr<Path> path;
   };
-  std::vector<Point2> alone[kThreads], got[kThreads];
-  for (int i = 0; i < kThreads; ++i) simplify(i, alone[i]);
-  run_together([&](int i) { simplify(i, got[i]); });
-  for (int i = 0; i < kThreads; ++i) {
-    ASSERT_LT(alone[i].size(), source->size()) << i;
-    ASSERT_GE(alone[i].size(), 3u) << i;
-    EXPECT_TRUE(same_points(got[i], alone[i])) << i;
-  }
-}
-
-TEST(ConcurrencySimplify, ColouredFormsOnDistinctPaths) {
-  const std::shared_ptr<const Point2Vector> source = wavy_loop(1500, 0, 0, 40);
-  auto make_path = [&] {
-    auto p = std::make_shared<Path>();
-    p->set_points(std::make_shared<Point2Vector>(*source));
+  auto simplify = [&](int i, Out& o) {
+    o.loop = *source;
+    o.path = std::make_shared<Path>();
+    o.path->set_points(std::make_shared<Point2Vector>(*source));
     auto colours = std::make_shared<ColorVector>();
     for (std::size_t k = 0; k < source->size(); ++k) {
       colours->push_back(Color3f(k < 700 ? 1.0f : 0.0f, 0.5f, 0.0f));
     }
-    p->set_colors(colours);
-    return p;
-  };
-  auto simplify = [&](int i, std::shared_ptr<Path>& p) {
-    p = make_path();
-    if (i % 2 == 0) {
-      get_simplified_path_with_colour(p, 0.2f, 0.1f);
-    } else {
-      get_QEM_simplified_loop_with_colour(p, 0.05f, 0.1f);
+    o.path->set_colors(colours);
+    switch (i % 4) {
+      case 0:
+        get_simplified_loop_DP(o.loop, 0.05f);
+        get_simplified_path_with_colour(o.path, 0.2f, 0.1f);
+        break;
+      case 1:
+        get_simplified_loop_DP(o.loop, 0.05f, 3.0f);  // the form with the capture hook
+        get_QEM_simplified_loop_with_colour(o.path, 0.05f, 0.1f);
+        break;
+      case 2:
+        get_simplified_loop(o.loop, 0.2f);
+        get_simplified_path_with_colour(o.path, 0.2f, 0.1f);
+        break;
+      default:
+        get_QEM_simplified_loop(o.loop, 0.05f);
+        get_QEM_simplified_loop_with_colour(o.path, 0.05f, 0.1f);
+        break;
     }
   };
-  std::shared_ptr<Path> alone[kThreads], got[kThreads];
+  Out alone[kThreads], got[kThreads];
   for (int i = 0; i < kThreads; ++i) simplify(i, alone[i]);
   run_together([&](int i) { simplify(i, got[i]); });
   for (int i = 0; i < kThreads; ++i) {
-    ASSERT_LT(alone[i]->get_points()->size(), source->size()) << i;
-    EXPECT_TRUE(same_points(*got[i]->get_points(), *alone[i]->get_points())) << i;
-    EXPECT_EQ(got[i]->get_colors()->size(), got[i]->get_points()->size()) << i;
+    ASSERT_LT(alone[i].loop.size(), source->size()) << i;
+    ASSERT_GE(alone[i].loop.size(), 3u) << i;
+    ASSERT_LT(alone[i].path->get_points()->size(), source->size()) << i;
+    EXPECT_TRUE(same_points(got[i].loop, alone[i].loop)) << i;
+    EXPECT_TRUE(same_points(*got[i].path->get_points(), *alone[i].path->get_points())) << i;
+    EXPECT_EQ(got[i].path->get_colors()->size(), got[i].path->get_points()->size()) << i;
   }
 }
 

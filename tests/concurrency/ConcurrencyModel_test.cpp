@@ -20,6 +20,7 @@
 #include "quorvex/baseTypeIO/ReadTriMesh.h"
 #include "quorvex/capture/TestBug.h"
 #include "support/CaptureConfigGuard.h"
+#include "support/MeshSamples.h"
 
 namespace qxconc {
 namespace {
@@ -105,43 +106,30 @@ std::string grid_obj(int n) {
 }
 
 bool same_mesh(const BaseTriMesh& a, const BaseTriMesh& b) {
-  if (a.get_vn() != b.get_vn() || a.get_fn() != b.get_fn()) return false;
-  for (std::size_t i = 0; i < a.get_vn(); ++i) {
-    if (a.get_vCoord(i) != b.get_vCoord(i)) return false;
-  }
-  for (std::size_t i = 0; i < a.get_fn(); ++i) {
-    for (int k = 0; k < 3; ++k) {
-      if (a.get_face(i)[k] != b.get_face(i)[k]) return false;
-    }
-  }
-  return true;
+  return qxtest::vertices_of(a) == qxtest::vertices_of(b) &&
+         qxtest::faces_of(a) == qxtest::faces_of(b);
 }
 
 TEST(ConcurrencyMeshReaders, ReadersIntoDifferentMeshes) {
   const std::string obj_text = grid_obj(30);
-  const std::vector<unsigned char> obj(obj_text.begin(), obj_text.end());
-  BaseTriMesh obj_alone;
+  const std::vector<unsigned char> obj = qxtest::bytes_of(obj_text);
+  BaseTriMesh obj_alone, stl_alone;
   ASSERT_EQ(read_TriMesh_in_memory(obj, "obj", obj_alone), 0);
   ASSERT_EQ(obj_alone.get_fn(), 2u * 30 * 30);
   std::vector<unsigned char> stl;
   ASSERT_EQ(write_TriMesh_to_memory(stl, obj_alone), 0);
-  BaseTriMesh stl_alone;
   ASSERT_EQ(read_TriMesh_in_memory(stl, "stl", stl_alone), 0);
-
-  const std::string obj_path = temp_file("grid.obj");
-  const std::string stl_path = temp_file("grid.stl");
-  std::ofstream(obj_path, std::ios::binary) << obj_text;
-  std::ofstream(stl_path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(stl.data()), static_cast<std::streamsize>(stl.size()));
+  const std::string obj_path = qxtest::write_temp("conc_grid.obj", obj_text);
+  const std::string stl_path =
+      qxtest::write_temp("conc_grid.stl", std::string(stl.begin(), stl.end()));
 
   bool ok[kThreads] = {};
   run_together([&](int i) {
     BaseTriMesh a, b, c, d;
-    const bool read_ok =
-        read_TriMesh_in_memory(obj, "obj", a) == 0 && read_TriMesh_in_memory(stl, "stl", b) == 0 &&
-        read_TriMesh(obj_path, c, 0.0f) == 0 && read_TriMesh(stl_path, d, 0.0f) == 0;
-    ok[i] = read_ok && same_mesh(a, obj_alone) && same_mesh(b, stl_alone) &&
-            same_mesh(c, obj_alone) && same_mesh(d, stl_alone);
+    ok[i] = read_TriMesh_in_memory(obj, "obj", a) == 0 &&
+            read_TriMesh_in_memory(stl, "stl", b) == 0 && read_TriMesh(obj_path, c, 0.0f) == 0 &&
+            read_TriMesh(stl_path, d, 0.0f) == 0 && same_mesh(a, obj_alone) &&
+            same_mesh(b, stl_alone) && same_mesh(c, obj_alone) && same_mesh(d, stl_alone);
   });
   for (int i = 0; i < kThreads; ++i) EXPECT_TRUE(ok[i]) << i;
   std::remove(obj_path.c_str());

@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <ostream>
 #include <random>
-#include <string>
 #include <vector>
 
 namespace Quorvex {
@@ -49,125 +47,86 @@ float serial_area_reference(const Loop& loop) {
   return static_cast<float>(sum * 0.5L);
 }
 
-// ---- get_area_loop, is_widdershins ----
-
-struct AreaCase {
-  std::string name;
-  Loop loop;
-  float area;
-  bool widdershins;
-};
-
-void PrintTo(const AreaCase& c, std::ostream* os) { *os << c.name; }
-
-class LoopAreaTest : public ::testing::TestWithParam<AreaCase> {};
-
-TEST_P(LoopAreaTest, AreaAndDirection) {
-  const AreaCase& c = GetParam();
-  EXPECT_FLOAT_EQ(get_area_loop(c.loop), c.area);
-  EXPECT_EQ(is_widdershins(c.loop), c.widdershins);
+TEST(LoopArea, AreaAndDirection) {
+  const struct {
+    Loop loop;
+    float area;
+    bool widdershins;
+  } rows[] = {
+      {kUnitSquare, 1.0f, true},
+      {reversed(kUnitSquare), -1.0f, false},
+      {{}, 0.0f, false},
+      {{{3, 4}}, 0.0f, false},
+      {{{0, 0}, {5, 7}}, 0.0f, false},
+      {kL, 3.0f, true},
+      {{{100, 100}, {104, 100}, {100, 103}}, 6.0f, true},
+      {{{0, 0}, {1, 1}, {2, 2}}, 0.0f, false},
+      // Away from the origin the closing edge carries -16 of the doubled sum.
+      {{{4, 0}, {8, 0}, {8, 4}, {4, 4}}, 16.0f, true},
+  };
+  for (const auto& r : rows) {
+    EXPECT_FLOAT_EQ(get_area_loop(r.loop), r.area) << r.loop.size();
+    EXPECT_EQ(is_widdershins(r.loop), r.widdershins) << r.area;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Loops, LoopAreaTest,
-    ::testing::Values(AreaCase{"unit_square", kUnitSquare, 1.0f, true},
-                      AreaCase{"unit_square_reversed", reversed(kUnitSquare), -1.0f, false},
-                      AreaCase{"empty", {}, 0.0f, false},
-                      AreaCase{"one_point", {{3, 4}}, 0.0f, false},
-                      AreaCase{"two_points", {{0, 0}, {5, 7}}, 0.0f, false},
-                      AreaCase{"L_shape", kL, 3.0f, true},
-                      AreaCase{"offset_triangle", {{100, 100}, {104, 100}, {100, 103}}, 6.0f, true},
-                      AreaCase{"collinear_zero_area", {{0, 0}, {1, 1}, {2, 2}}, 0.0f, false}),
-    [](const auto& info) { return info.param.name; });
-
-// Lengths around the point where the sum moves to a thread team: the split of the index
-// range must still cover every edge once, the closing edge included.
-class LoopAreaTeamTest : public ::testing::TestWithParam<int> {};
-
-TEST_P(LoopAreaTeamTest, MatchesSerialSum) {
-  const Loop loop = circle(GetParam(), 1000.0f);
-  const float area = get_area_loop(loop);
-  EXPECT_FLOAT_EQ(area, serial_area_reference(loop));
-  EXPECT_FLOAT_EQ(get_area_loop(reversed(loop)), -area);
-  EXPECT_TRUE(is_widdershins(loop));
+// Lengths around the point where the sum moves to a thread team: the split of the index range
+// must still cover every edge once, the closing edge included.
+TEST(LoopArea, TeamSumMatchesSerialSumAroundTheThreshold) {
+  for (int n : {17, kAreaLoopParallelThreshold - 1, kAreaLoopParallelThreshold,
+                kAreaLoopParallelThreshold + 1, 100003}) {
+    const Loop loop = circle(n, 1000.0f);
+    const float area = get_area_loop(loop);
+    EXPECT_FLOAT_EQ(area, serial_area_reference(loop)) << n;
+    EXPECT_FLOAT_EQ(get_area_loop(reversed(loop)), -area) << n;
+    EXPECT_TRUE(is_widdershins(loop)) << n;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Lengths, LoopAreaTeamTest,
-                         ::testing::Values(3, 17, kAreaLoopParallelThreshold - 1,
-                                           kAreaLoopParallelThreshold,
-                                           kAreaLoopParallelThreshold + 1, 100003));
-
-// Team sizes that split the index range unevenly, including more threads than fit: the
-// blocks must still cover every edge once. The runtime is reached through the process's
-// symbol table, as the library links it privately.
-using SetThreadsFn = void (*)(int);
-SetThreadsFn find_omp_set_num_threads() {
-  return reinterpret_cast<SetThreadsFn>(dlsym(RTLD_DEFAULT, "omp_set_num_threads"));
-}
-
-class LoopAreaTeamSizeTest : public ::testing::TestWithParam<int> {};
-
-TEST_P(LoopAreaTeamSizeTest, MatchesSerialSum) {
-  const SetThreadsFn set_threads = find_omp_set_num_threads();
+// Team sizes that split the index range unevenly, including more threads than fit. The runtime
+// is reached through the process's symbol table, as the library links it privately.
+TEST(LoopArea, UnevenTeamSizesMatchSerialSum) {
+  using SetThreadsFn = void (*)(int);
+  const auto set_threads =
+      reinterpret_cast<SetThreadsFn>(dlsym(RTLD_DEFAULT, "omp_set_num_threads"));
   if (set_threads == nullptr) GTEST_SKIP() << "OpenMP runtime not found";
   const Loop loop = circle(kAreaLoopParallelThreshold + 5, 250.0f);
-  set_threads(GetParam());
-  const float area = get_area_loop(loop);
-  set_threads(2);
-  EXPECT_FLOAT_EQ(area, serial_area_reference(loop));
+  for (int team : {1, 3, 7, 64}) {
+    set_threads(team);
+    const float area = get_area_loop(loop);
+    set_threads(2);
+    EXPECT_FLOAT_EQ(area, serial_area_reference(loop)) << team;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Teams, LoopAreaTeamSizeTest, ::testing::Values(1, 2, 3, 7, 64));
-
-TEST(LoopAreaTest, ClosingEdgeCounts) {
-  // Away from the origin the closing edge (4,4) -> (4,0) carries -16 of the doubled sum:
-  // a loop that forgot it would report 24.
-  const Loop loop = {{4, 0}, {8, 0}, {8, 4}, {4, 4}};
-  EXPECT_FLOAT_EQ(get_area_loop(loop), 16.0f);
+// The tie rules and the vertex tolerance (1e-14 in both coordinates); edges, vertices and
+// horizontal runs at large are compared with the step-by-step rule below.
+TEST(RayCount, CountAndInside) {
+  const struct {
+    Loop loop;
+    Point2 point;
+    int count;
+  } rows[] = {
+      {{}, {0, 0}, 0},
+      {{{2, 3}}, {2, 3}, 1},
+      {{{2, 3}}, {5, 3}, 0},
+      {kUnitSquare, {0.5f, 0.5f}, 1},
+      {kUnitSquare, {2, 0.5f}, 2},
+      {kUnitSquare, {1, 1}, 1},
+      {kDiamond, {2, 0}, 2},
+      {kValley, {5, 1}, 2},  // a local minimum counts twice
+      {kPeak, {5, 1}, 0},    // a local maximum never
+      {kUnitSquare, {-5e-15f, -5e-15f}, 1},
+      {kUnitSquare, {-2e-14f, -2e-14f}, 0},
+      {kUnitSquare, {-0x1.6849b8p-47f, 0}, 1},                 // last float below 1e-14
+      {kUnitSquare, {-0x1.6849bap-47f, -0x1.6849bap-47f}, 0},  // first float above
+  };
+  for (const auto& r : rows) {
+    EXPECT_EQ(get_number_of_intersections_to_left(r.loop, r.point), r.count)
+        << r.point.x << "," << r.point.y;
+    EXPECT_EQ(is_point_in_loop(r.point, r.loop), r.count % 2 == 1);
+  }
 }
-
-// ---- get_number_of_intersections_to_left, is_point_in_loop ----
-// The table pins the tie rules and the vertex tolerance; edges, vertices and horizontal runs
-// at large are compared with the step-by-step rule below.
-
-struct RayCase {
-  std::string name;
-  Loop loop;
-  Point2 point;
-  int count;
-};
-
-void PrintTo(const RayCase& c, std::ostream* os) { *os << c.name; }
-
-class RayCountTest : public ::testing::TestWithParam<RayCase> {};
-
-TEST_P(RayCountTest, CountAndInside) {
-  const RayCase& c = GetParam();
-  EXPECT_EQ(get_number_of_intersections_to_left(c.loop, c.point), c.count);
-  EXPECT_EQ(is_point_in_loop(c.point, c.loop), c.count % 2 == 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Loops, RayCountTest,
-    ::testing::Values(
-        RayCase{"empty_loop", {}, {0, 0}, 0}, RayCase{"one_point_same", {{2, 3}}, {2, 3}, 1},
-        RayCase{"one_point_other", {{2, 3}}, {5, 3}, 0},
-        RayCase{"inside", kUnitSquare, {0.5f, 0.5f}, 1},
-        RayCase{"right_of_square", kUnitSquare, {2, 0.5f}, 2},
-        RayCase{"vertex", kUnitSquare, {1, 1}, 1},
-        RayCase{"diamond_through_vertices", kDiamond, {2, 0}, 2},
-        RayCase{"local_minimum_counts_twice", kValley, {5, 1}, 2},
-        RayCase{"local_maximum_counts_never", kPeak, {5, 1}, 0},
-        // Within 1e-14 of a vertex in both coordinates: on the loop, though outside.
-        RayCase{"near_vertex_within_tolerance", kUnitSquare, {-5e-15f, -5e-15f}, 1},
-        RayCase{"near_vertex_beyond_tolerance", kUnitSquare, {-2e-14f, -2e-14f}, 0},
-        // The floats on either side of 1e-14: the last one below it, the first one above.
-        RayCase{"vertex_tolerance_last_float_inside", kUnitSquare, {-0x1.6849b8p-47f, 0}, 1},
-        RayCase{"vertex_tolerance_first_float_outside",
-                kUnitSquare,
-                {-0x1.6849bap-47f, -0x1.6849bap-47f},
-                0}),
-    [](const auto& info) { return info.param.name; });
 
 // The counting rule step by step, one edge after another, as the reference for the
 // library's reordered walk on loops full of horizontal runs and repeated heights.
@@ -199,7 +158,7 @@ int literal_intersections_to_left(const Loop& loop, const Point2& pt) {
   return count;
 }
 
-TEST(RayCountTest, AgreesWithStepByStepRuleOnGridLoops) {
+TEST(RayCount, AgreesWithStepByStepRuleOnGridLoops) {
   std::mt19937 rng(12345);
   std::uniform_int_distribution<int> coord(0, 6);
   std::uniform_int_distribution<int> length(1, 12);
@@ -223,116 +182,69 @@ TEST(RayCountTest, AgreesWithStepByStepRuleOnGridLoops) {
   EXPECT_EQ(compared, 400 * 16 * 16);
 }
 
-// ---- is_line_intersecting_loop ----
-
-struct SegmentCase {
-  std::string name;
-  Point2 a;
-  Point2 b;
-  Loop loop;
-  bool crosses;
-};
-
-void PrintTo(const SegmentCase& c, std::ostream* os) { *os << c.name; }
-
-class SegmentLoopTest : public ::testing::TestWithParam<SegmentCase> {};
-
-TEST_P(SegmentLoopTest, Crossing) {
-  const SegmentCase& c = GetParam();
-  EXPECT_EQ(is_line_intersecting_loop(c.a, c.b, c.loop), c.crosses);
+TEST(SegmentLoop, Crossing) {
+  const struct {
+    Point2 a, b;
+    Loop loop;
+    bool crosses;
+  } rows[] = {
+      {{0.5f, 0.5f}, {0.5f, 0.5f}, kUnitSquare, false},  // zero length
+      {{0.5f, 0}, {0.5f, 0}, kUnitSquare, false},        // zero length on an edge
+      {{-1, -1}, {2, 2}, {}, false},
+      {{0.5f, -1}, {0.5f, 2}, kUnitSquare, true},
+      {{-1, -1}, {2, 2}, kUnitSquare, true},
+      {{0.2f, 0.5f}, {0.8f, 0.5f}, kUnitSquare, false},
+      {{2, 0}, {3, 1}, kUnitSquare, false},
+      {{0.5f, -1}, {0.5f, 0}, kUnitSquare, true},  // ends on an edge
+      {{0.5f, 1}, {0.5f, 3}, kUnitSquare, true},   // starts on an edge, outward
+      {{-1, 0}, {0, 0}, kUnitSquare, true},        // touches a vertex
+      {{0.2f, 0}, {0.8f, 0}, kUnitSquare, false},  // along an edge, inside it
+      {{-1, 0}, {2, 0}, kUnitSquare, true},        // along an edge, past both ends
+      {{0.5f, -1}, {0.5f, -0.001f}, kUnitSquare, false},
+  };
+  for (const auto& r : rows) {
+    EXPECT_EQ(is_line_intersecting_loop(r.a, r.b, r.loop), r.crosses)
+        << r.a.x << "," << r.a.y << " " << r.b.x << "," << r.b.y;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Segments, SegmentLoopTest,
-    ::testing::Values(SegmentCase{"zero_length", {0.5f, 0.5f}, {0.5f, 0.5f}, kUnitSquare, false},
-                      SegmentCase{"zero_length_on_edge", {0.5f, 0}, {0.5f, 0}, kUnitSquare, false},
-                      SegmentCase{"empty_loop", {-1, -1}, {2, 2}, {}, false},
-                      SegmentCase{"through", {0.5f, -1}, {0.5f, 2}, kUnitSquare, true},
-                      SegmentCase{"diagonal_through", {-1, -1}, {2, 2}, kUnitSquare, true},
-                      SegmentCase{"inside", {0.2f, 0.5f}, {0.8f, 0.5f}, kUnitSquare, false},
-                      SegmentCase{"outside", {2, 0}, {3, 1}, kUnitSquare, false},
-                      SegmentCase{"ends_on_edge", {0.5f, -1}, {0.5f, 0}, kUnitSquare, true},
-                      SegmentCase{
-                          "starts_on_edge_outward", {0.5f, 1}, {0.5f, 3}, kUnitSquare, true},
-                      SegmentCase{"touches_vertex", {-1, 0}, {0, 0}, kUnitSquare, true},
-                      SegmentCase{"along_edge_inside_it", {0.2f, 0}, {0.8f, 0}, kUnitSquare, false},
-                      SegmentCase{"along_edge_past_both_ends", {-1, 0}, {2, 0}, kUnitSquare, true},
-                      SegmentCase{"stops_short", {0.5f, -1}, {0.5f, -0.001f}, kUnitSquare, false}),
-    [](const auto& info) { return info.param.name; });
-
-// ---- is_loop_intersecting_other_loop ----
-
-struct LoopPairCase {
-  std::string name;
-  Loop first;
-  Loop second;
-  bool crosses;
-};
-
-void PrintTo(const LoopPairCase& c, std::ostream* os) { *os << c.name; }
-
-class LoopPairTest : public ::testing::TestWithParam<LoopPairCase> {};
-
-TEST_P(LoopPairTest, Crossing) {
-  const LoopPairCase& c = GetParam();
-  EXPECT_EQ(is_loop_intersecting_other_loop(c.first, c.second), c.crosses);
+// Repeated vertices give zero-length edges, which are passed over.
+TEST(LoopPair, Crossing) {
+  const Loop big = {{-5, -5}, {5, -5}, {5, 5}, {-5, 5}};
+  const Loop small = {{-1, -1}, {1, -1}, {1, 1}, {-1, 1}};
+  const struct {
+    Loop first, second;
+    bool crosses;
+  } rows[] = {
+      {small, big, false},
+      {big, small, false},
+      {big, {{0, 0}, {10, 0}, {10, 10}, {0, 10}}, true},
+      {small, {{20, 20}, {21, 20}, {21, 21}}, false},
+      {{}, big, false},
+      {big, {}, false},
+      {{{5, 0}}, big, false},
+      {{{0, 0}, {0, 0}, {10, 0}, {10, 0}, {10, 10}, {0, 10}}, big, true},
+  };
+  for (const auto& r : rows) {
+    EXPECT_EQ(is_loop_intersecting_other_loop(r.first, r.second), r.crosses)
+        << r.first.size() << " " << r.second.size();
+  }
 }
 
-const Loop kBig = {{-5, -5}, {5, -5}, {5, 5}, {-5, 5}};
-const Loop kSmall = {{-1, -1}, {1, -1}, {1, 1}, {-1, 1}};
-const Loop kShifted = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
-
-INSTANTIATE_TEST_SUITE_P(
-    Pairs, LoopPairTest,
-    ::testing::Values(LoopPairCase{"small_inside_big", kSmall, kBig, false},
-                      LoopPairCase{"big_around_small", kBig, kSmall, false},
-                      LoopPairCase{"overlapping", kBig, kShifted, true},
-                      LoopPairCase{"disjoint", kSmall, {{20, 20}, {21, 20}, {21, 21}}, false},
-                      LoopPairCase{"first_empty", {}, kBig, false},
-                      LoopPairCase{"second_empty", kBig, {}, false},
-                      LoopPairCase{"first_one_point_on_second", {{5, 0}}, kBig, false},
-                      // Repeated vertices give zero-length edges, which are passed over.
-                      LoopPairCase{"repeated_vertices",
-                                   {{0, 0}, {0, 0}, {10, 0}, {10, 0}, {10, 10}, {0, 10}},
-                                   kBig,
-                                   true}),
-    [](const auto& info) { return info.param.name; });
-
-// ---- is_widdershins_simple ----
-
-struct DirectionCase {
-  std::string name;
-  Loop loop;
-  bool widdershins;
-};
-
-void PrintTo(const DirectionCase& c, std::ostream* os) { *os << c.name; }
-
-class SimpleDirectionTest : public ::testing::TestWithParam<DirectionCase> {};
-
-TEST_P(SimpleDirectionTest, AgreesWithExpected) {
-  const DirectionCase& c = GetParam();
-  EXPECT_EQ(is_widdershins_simple(c.loop), c.widdershins);
-}
-
-// Rectangle with extra points along every side, so extremes tie along whole stretches.
-Loop rectangle_with_side_points() {
-  return {{0, 0}, {1, 0}, {2, 0}, {3, 0}, {3, 1}, {3, 2}, {2, 2}, {1, 2}, {0, 2}, {0, 1}};
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Loops, SimpleDirectionTest,
-    ::testing::Values(
-        // Every cross product is 1e-6, below the vote's threshold: the area decides.
-        DirectionCase{"tiny_square", {{0, 0}, {0.001f, 0}, {0.001f, 0.001f}, {0, 0.001f}}, true},
-        DirectionCase{
-            "tiny_square_reversed", {{0, 0.001f}, {0.001f, 0.001f}, {0.001f, 0}, {0, 0}}, false},
-        DirectionCase{"one_point", {{1, 1}}, false}, DirectionCase{"empty", {}, false}),
-    [](const auto& info) { return info.param.name; });
-
-// Where the vote is clear it agrees with the sign of the area, both ways round.
-TEST(SimpleDirectionTest, AgreesWithAreaOnPolygons) {
-  std::vector<Loop> loops = {kUnitSquare, kL, kDiamond, rectangle_with_side_points()};
+// Every cross product of the tiny square is 1e-6, below the vote's threshold: the area
+// decides. Where the vote is clear it agrees with the sign of the area, both ways round.
+TEST(SimpleDirection, AgreesWithTheArea) {
+  const Loop tiny = {{0, 0}, {0.001f, 0}, {0.001f, 0.001f}, {0, 0.001f}};
+  EXPECT_TRUE(is_widdershins_simple(tiny));
+  EXPECT_FALSE(is_widdershins_simple(reversed(tiny)));
+  EXPECT_FALSE(is_widdershins_simple({{1, 1}}));
+  EXPECT_FALSE(is_widdershins_simple({}));
+  // The rectangle has extra points along every side, so extremes tie along whole stretches.
+  std::vector<Loop> loops = {
+      kUnitSquare,
+      kL,
+      kDiamond,
+      {{0, 0}, {1, 0}, {2, 0}, {3, 0}, {3, 1}, {3, 2}, {2, 2}, {1, 2}, {0, 2}, {0, 1}}};
   for (int n : {3, 5, 8, 64, 1000}) loops.push_back(circle(n, 50.0f));
   for (const Loop& loop : loops) {
     ASSERT_TRUE(is_widdershins(loop));
@@ -341,55 +253,33 @@ TEST(SimpleDirectionTest, AgreesWithAreaOnPolygons) {
   }
 }
 
-// ---- cross_point ----
-
-struct CrossCase {
-  std::string name;
-  Point2 a, b, c, d;
-  bool hit;
-  Point2 out;  // expected when hit
-};
-
-void PrintTo(const CrossCase& c, std::ostream* os) { *os << c.name; }
-
-class CrossPointTest : public ::testing::TestWithParam<CrossCase> {};
-
-TEST_P(CrossPointTest, Intersection) {
-  const CrossCase& k = GetParam();
-  const Point2 sentinel(-999, -999);
-  Point2 out = sentinel;
-  ASSERT_EQ(cross_point(k.a, k.b, k.c, k.d, out), k.hit);
-  if (k.hit) {
-    EXPECT_FLOAT_EQ(out.x, k.out.x);
-    EXPECT_FLOAT_EQ(out.y, k.out.y);
-  } else {
-    EXPECT_EQ(out.x, sentinel.x);
-    EXPECT_EQ(out.y, sentinel.y);
+// A collinear overlap ends at `a` even when `a` lies outside cd; within the tolerance `a`
+// itself is the crossing, just beyond it the crossing is interpolated.
+TEST(CrossPoint, Intersection) {
+  const struct {
+    Point2 a, b, c, d;
+    bool hit;
+    Point2 out;
+  } rows[] = {
+      {{0, 0}, {2, 2}, {0, 2}, {2, 0}, true, {1, 1}},
+      {{0, 0}, {4, 0}, {1, -1}, {1, 3}, true, {1, 0}},
+      {{1, 0}, {1, 5}, {0, 0}, {2, 0}, true, {1, 0}},
+      {{1, -1}, {1, 0}, {0, 0}, {2, 0}, true, {1, 0}},
+      {{-1, 0}, {1, 0}, {0, 0}, {2, 0}, true, {-1, 0}},
+      {{0, 0}, {1, 1}, {2, 0}, {3, 1}, false, {}},
+      {{0, 0}, {2, 0}, {0, 1}, {2, 1}, false, {}},
+      {{0, 0}, {1, 1}, {1, 0}, {0.9f, 0.4f}, false, {}},  // boxes overlap only
+      {{1, -4e-6f}, {1, 1}, {0, 0}, {2, 0}, true, {1, -4e-6f}},
+  };
+  for (const auto& r : rows) {
+    Point2 out(-999, -999);
+    ASSERT_EQ(cross_point(r.a, r.b, r.c, r.d, out), r.hit) << r.a.x << "," << r.a.y;
+    EXPECT_FLOAT_EQ(out.x, r.hit ? r.out.x : -999.0f);
+    EXPECT_FLOAT_EQ(out.y, r.hit ? r.out.y : -999.0f);
   }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Segments, CrossPointTest,
-    ::testing::Values(
-        CrossCase{"diagonals", {0, 0}, {2, 2}, {0, 2}, {2, 0}, true, {1, 1}},
-        CrossCase{"uneven_split", {0, 0}, {4, 0}, {1, -1}, {1, 3}, true, {1, 0}},
-        CrossCase{"a_on_cd", {1, 0}, {1, 5}, {0, 0}, {2, 0}, true, {1, 0}},
-        CrossCase{"b_on_cd", {1, -1}, {1, 0}, {0, 0}, {2, 0}, true, {1, 0}},
-        // Collinear overlap ends at `a` even though `a` lies outside cd.
-        CrossCase{"collinear_overlap", {-1, 0}, {1, 0}, {0, 0}, {2, 0}, true, {-1, 0}},
-        CrossCase{"boxes_apart_x", {0, 0}, {1, 1}, {2, 0}, {3, 1}, false, {}},
-        CrossCase{"boxes_apart_y", {0, 0}, {2, 0}, {0, 1}, {2, 1}, false, {}},
-        CrossCase{"shared_box_only", {0, 0}, {1, 1}, {1, 0}, {0.9f, 0.4f}, false, {}},
-        CrossCase{
-            "a_within_tolerance_of_cd", {1, -4e-6f}, {1, 1}, {0, 0}, {2, 0}, true, {1, -4e-6f}}),
-    [](const auto& info) { return info.param.name; });
-
-TEST(CrossPointTest, JustBeyondToleranceInterpolates) {
-  // s1 = 1.2e-5 lies past the tolerance, so the crossing is computed, not snapped to a.
-  const Point2 a(1, -6e-6f), b(1, 1), c(0, 0), d(2, 0);
   Point2 out(-999, -999);
-  ASSERT_TRUE(cross_point(a, b, c, d, out));
-  EXPECT_NE(out.y, a.y);
+  ASSERT_TRUE(cross_point(Point2(1, -6e-6f), Point2(1, 1), Point2(0, 0), Point2(2, 0), out));
+  EXPECT_NE(out.y, -6e-6f);
   EXPECT_NEAR(out.y, 0.0f, 1e-7f);
   EXPECT_FLOAT_EQ(out.x, 1.0f);
 }

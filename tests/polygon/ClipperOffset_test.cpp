@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <ostream>
-#include <string>
-
 #include "PolygonTestSupport.h"
 #include "quorvex/polygon/Clipper.h"
 
@@ -10,103 +7,71 @@ namespace Quorvex {
 namespace {
 
 using testing_support::Loop;
-using testing_support::Loops;
 using testing_support::OutLoops;
 using testing_support::ProbeClipper;
-using testing_support::signed_area;
 using testing_support::square;
 using testing_support::total_abs_area;
 
-struct OffsetCase {
-  const char* name;
-  bool open;  // a two-point stroke of length 4 instead of the unit square
-  float delta;
-  EndType end;
-  double area;
-  std::size_t loops;
-  friend void PrintTo(const OffsetCase& c, std::ostream* os) { *os << c.name; }
-};
-
-class OffsetTable : public ::testing::TestWithParam<OffsetCase> {};
-
-// A distance that consumes the loop, or a zero distance on an open path, is no failure:
-// the result is merely empty.
-TEST_P(OffsetTable, AreaAndLoops) {
-  const OffsetCase& oc = GetParam();
-  Clipper c;
-  c.add_path(
-      oc.open ? std::make_shared<Point2Vector>(Point2Vector{{0, 0}, {4, 0}}) : square(0, 0, 1),
-      ptSubject);
-  ASSERT_EQ(c.offset(oc.delta, jtMiter, oc.end, 2.0f, 0.25f, true), RETVAL_OK);
+OutLoops offset_result(Clipper& c, float delta, EndType end = etClosedPolygon,
+                       bool use_subject = true) {
+  EXPECT_EQ(c.offset(delta, jtMiter, end, 2.0f, 0.25f, use_subject), RETVAL_OK);
   OutLoops out;
   c.get_result(out, true);
-  ASSERT_EQ(out.size(), oc.loops);
-  EXPECT_NEAR(total_abs_area(out), oc.area, 1e-5);
-  if (oc.loops == 1 && !oc.open) {
-    EXPECT_EQ(out[0]->size(), 4u);  // miter joins keep the corners
-    float min_x = 1e9f;
-    for (const Point2& p : *out[0]) min_x = std::min(min_x, p.x);
-    EXPECT_NEAR(min_x, -oc.delta, 1e-6);
+  return out;
+}
+
+// A distance that consumes the loop, or a zero distance on an open path, is no failure: the
+// result is merely empty.
+TEST(Offset, AreaAndLoopsOfTheUnitSquareAndAStroke) {
+  const struct {
+    bool open;  // a two-point stroke of length 4 instead of the unit square
+    float delta;
+    EndType end;
+    double area;
+    std::size_t loops;
+  } rows[] = {{false, 1.0f, etClosedPolygon, 9.0, 1},  {false, -0.25f, etClosedPolygon, 0.25, 1},
+              {false, -0.6f, etClosedPolygon, 0.0, 0}, {false, 0.0f, etClosedPolygon, 1.0, 1},
+              {true, 0.0f, etOpenButt, 0.0, 0},        {true, 0.5f, etOpenButt, 4.0, 1}};
+  for (const auto& r : rows) {
+    Clipper c;
+    c.add_path(
+        r.open ? std::make_shared<Point2Vector>(Point2Vector{{0, 0}, {4, 0}}) : square(0, 0, 1),
+        ptSubject);
+    const OutLoops out = offset_result(c, r.delta, r.end);
+    ASSERT_EQ(out.size(), r.loops) << r.delta;
+    EXPECT_NEAR(total_abs_area(out), r.area, 1e-5) << r.delta;
+    if (r.loops == 1 && !r.open) {  // miter joins keep corners
+      EXPECT_EQ(out[0]->size(), 4u);
+    }
   }
+  ProbeClipper empty;
+  EXPECT_EQ(empty.offset(1.0f, jtRound, etClosedPolygon, 2.0f, 0.25f, true), RETVAL_OK);
+  ASSERT_NE(empty.fixed_result, nullptr);
+  EXPECT_TRUE(empty.fixed_result->empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, OffsetTable,
-    ::testing::Values(OffsetCase{"grow_by_one", false, 1.0f, etClosedPolygon, 9.0, 1},
-                      OffsetCase{"shrink_by_quarter", false, -0.25f, etClosedPolygon, 0.25, 1},
-                      OffsetCase{"consumed", false, -0.6f, etClosedPolygon, 0.0, 0},
-                      OffsetCase{"zero_closed", false, 0.0f, etClosedPolygon, 1.0, 1},
-                      OffsetCase{"zero_open", false, 0.0f, etOpenButt, 0.0, 0},
-                      OffsetCase{"open_both_sides", true, 0.5f, etOpenButt, 4.0, 1}),
-    [](const ::testing::TestParamInfo<OffsetCase>& info) { return info.param.name; });
-
-TEST(Offset, EmptySubjectGivesAnEmptyResult) {
-  ProbeClipper c;
-  EXPECT_EQ(c.offset(1.0f, jtRound, etClosedPolygon, 2.0f, 0.25f, true), RETVAL_OK);
-  ASSERT_NE(c.fixed_result, nullptr);
-  EXPECT_TRUE(c.fixed_result->empty());
-}
-
-// The engine's message is pinned by the Clipper tests; offset lets it through too.
-TEST(Offset, OutOfRangePassesTheEngineExceptionThrough) {
+TEST(Offset, SecondOffsetStartsFromTheFloatListsUnlessChained) {
   Clipper c;
-  c.add_path(square(0, 0, 4.7e11f), ptSubject);
-  EXPECT_THROW(c.offset(1.0f, jtMiter, etClosedPolygon, 2.0f, 0.25f, true),
-               ClipperLib::clipperException);
-}
-
-TEST(Offset, SecondOffsetStartsFromTheFloatListsAgain) {
-  ProbeClipper c;
   c.add_path(square(0, 0, 1), ptSubject);
-  OutLoops out;
-  c.offset(1.0f, jtMiter, etClosedPolygon, 2.0f, 0.25f, true);
-  c.offset(0.5f, jtMiter, etClosedPolygon, 2.0f, 0.25f, true);
-  c.get_result(out, true);
-  EXPECT_NEAR(total_abs_area(out), 4.0, 1e-5);  // side 2, not 4
-
-  // Chained, the second offset grows the first result.
-  c.offset(1.0f, jtMiter, etClosedPolygon, 2.0f, 0.25f, true);
+  offset_result(c, 1.0f);
+  EXPECT_NEAR(total_abs_area(offset_result(c, 0.5f)), 4.0, 1e-5);  // side 2, not 4
+  offset_result(c, 1.0f);
   c.set_result_as_subject();
-  c.offset(0.5f, jtMiter, etClosedPolygon, 2.0f, 0.25f, true);
-  c.get_result(out, true);
-  EXPECT_NEAR(total_abs_area(out), 16.0, 1e-5);
+  EXPECT_NEAR(total_abs_area(offset_result(c, 0.5f)), 16.0, 1e-5);
 }
 
 TEST(Offset, UseSubjectFalseOffsetsTheClipSetAndDropsBothSlots) {
   ProbeClipper c;
   c.add_path(square(0, 0, 10), ptSubject);
   c.add_path(square(0, 0, 1), ptClip);
-  c.offset(1.0f, jtMiter, etClosedPolygon, 2.0f, 0.25f, false);
-  OutLoops out;
-  c.get_result(out, true);
-  EXPECT_NEAR(total_abs_area(out), 9.0, 1e-5);
+  EXPECT_NEAR(total_abs_area(offset_result(c, 1.0f, etClosedPolygon, false)), 9.0, 1e-5);
   EXPECT_EQ(c.fixed_subject, nullptr);
   EXPECT_EQ(c.fixed_clip, nullptr);
 }
 
+// 0.25 fixed-point units on a radius of 1e7 units: thousands of arc points. Were the
+// tolerance scaled like a length, the engine would cap it and give a handful.
 TEST(Offset, ArcToleranceIsInFixedPointUnits) {
-  // 0.25 fixed-point units on a radius of 1e7 units: thousands of arc points. Were the
-  // tolerance scaled like a length, the engine would cap it and give a handful.
   ProbeClipper fine, coarse;
   fine.add_path(square(0, 0, 1), ptSubject);
   coarse.add_path(square(0, 0, 1), ptSubject);
@@ -118,31 +83,21 @@ TEST(Offset, ArcToleranceIsInFixedPointUnits) {
   EXPECT_LT((*coarse.fixed_result)[0].size(), 40u);
 }
 
-// ---- simplify, clean, orientation ----
-
-Loop figure_eight() {
-  return std::make_shared<Point2Vector>(Point2Vector{{0, 0}, {2, 2}, {2, 0}, {0, 2}});
-}
-
-TEST(SimplifiedIntersectionLoops, FigureOfEightSplitsInTwo) {
-  ProbeClipper c;
-  c.add_path(figure_eight(), ptSubject);
-  ASSERT_EQ(c.get_clipper_simplified_intersection_loops(true, pftNonZero), RETVAL_OK);
-  OutLoops out;
-  c.get_result(out, true);
-  EXPECT_EQ(out.size(), 2u);
-  EXPECT_NEAR(total_abs_area(out), 2.0, 1e-5);
-  EXPECT_EQ(c.fixed_subject, nullptr);
-}
-
-TEST(SimplifiedIntersectionLoops, PicksTheClipSetWhenAsked) {
-  ProbeClipper c;
-  c.add_path(square(0, 0, 5), ptSubject);
-  c.add_path(figure_eight(), ptClip);
-  c.get_clipper_simplified_intersection_loops(false, pftEvenOdd);
-  OutLoops out;
-  c.get_result(out, true);
-  EXPECT_EQ(out.size(), 2u);
+TEST(SimplifiedIntersectionLoops, FigureOfEightSplitsInTwoFromEitherSet) {
+  const Loop eight = std::make_shared<Point2Vector>(Point2Vector{{0, 0}, {2, 2}, {2, 0}, {0, 2}});
+  for (bool use_subject : {true, false}) {
+    ProbeClipper c;
+    c.add_path(use_subject ? eight : square(0, 0, 5), ptSubject);
+    c.add_path(use_subject ? square(0, 0, 5) : eight, ptClip);
+    ASSERT_EQ(c.get_clipper_simplified_intersection_loops(use_subject, pftNonZero), RETVAL_OK);
+    OutLoops out;
+    c.get_result(out, true);
+    EXPECT_EQ(out.size(), 2u);
+    EXPECT_NEAR(total_abs_area(out), 2.0, 1e-5);
+    if (use_subject) {
+      EXPECT_EQ(c.fixed_subject, nullptr);
+    }
+  }
 }
 
 TEST(SimplifyPolygons, InstallsANewSetAndToleratesOneHandleForBoth) {
@@ -156,8 +111,8 @@ TEST(SimplifyPolygons, InstallsANewSetAndToleratesOneHandleForBoth) {
   EXPECT_EQ(in->size(), 1u);
 }
 
+// A vertex 5 units off the lower edge of a square of 100 units.
 TEST(CleanPolygon, DistanceIsScaledByMultiple) {
-  // A vertex 5 units off the lower edge of a square of 100 units.
   const std::vector<ClipperLib::IntPoint> path{{0, 0}, {50, 5}, {100, 0}, {100, 100}, {0, 100}};
   ProbeClipper c;
   std::vector<ClipperLib::IntPoint> near = path, far = path;
@@ -167,12 +122,11 @@ TEST(CleanPolygon, DistanceIsScaledByMultiple) {
   EXPECT_EQ(far.size(), 4u);
 }
 
-TEST(Orientation, WiddershinsIsTrueAndEmptyCountsAsTrue) {
+TEST(Orientation, WiddershinsIsTrueAndEmptyOrFlatCountsAsTrue) {
   ProbeClipper c;
   const std::vector<ClipperLib::IntPoint> ccw{{0, 0}, {10, 0}, {10, 10}, {0, 10}};
-  const std::vector<ClipperLib::IntPoint> cw(ccw.rbegin(), ccw.rend());
   EXPECT_TRUE(c.orientation(ccw));
-  EXPECT_FALSE(c.orientation(cw));
+  EXPECT_FALSE(c.orientation({ccw.rbegin(), ccw.rend()}));
   EXPECT_TRUE(c.orientation({}));
   EXPECT_TRUE(c.orientation({{0, 0}, {5, 5}, {10, 10}}));
 }

@@ -22,39 +22,35 @@ void expect_loop(const Loop& got, const Loop& want) {
   for (std::size_t i = 0; i < got.size(); ++i) EXPECT_TRUE(same_point(got[i], want[i])) << i;
 }
 
-struct QEMCase {
-  const char* name;
-  Loop input;
-  float tolerance;
-  Loop expected;
-};
-
-class QEMWorkedCase : public ::testing::TestWithParam<QEMCase> {};
-
-TEST_P(QEMWorkedCase, GivesTheExpectedLoop) {
-  Loop loop = GetParam().input;
-  EXPECT_EQ(get_QEM_simplified_loop(loop, GetParam().tolerance), RETVAL_OK);
-  expect_loop(loop, GetParam().expected);
+TEST(QEMSimp, WorkedCases) {
+  const struct {
+    const char* name;
+    Loop input;
+    float tolerance;
+    Loop expected;
+  } rows[] = {
+      // A corner lies 7.07 from the diagonal of its neighbours.
+      {"square below the corner cost", kSquare, 7.0f, kSquare},
+      // All four costs tie at 50: the heap serves vertex 0, then 2 (the hole takes the right
+      // child on ties), and the ring is down to 1 and 3.
+      {"square shrinks to two in heap order", kSquare, 100.0f, {{10, 0}, {0, 10}}},
+      {"collinear go first", {{0, 0}, {2, 0}, {5, 0}, {10, 0}, {10, 10}, {0, 10}}, 0.01f, kSquare},
+      // Vertex 1 sits between two copies of the origin: a zero chord costs nothing.
+      {"spike on a zero chord goes",
+       {{0, 0}, {50, 70}, {0, 0}, {10, 0}, {10, 10}, {0, 10}},
+       0.5f,
+       {{0, 0}, {0, 0}, {10, 0}, {10, 10}, {0, 10}}},
+      {"all points equal leave two", Loop(10, Point2(2, 3)), 1e-3f, {{2, 3}, {2, 3}}},
+      {"noisy sides collapse to the corners", test::square_with_side_points(10, 10, 1e-3f, 4), 0.1f,
+       kSquare},
+  };
+  for (const auto& r : rows) {
+    Loop loop = r.input;
+    EXPECT_EQ(get_QEM_simplified_loop(loop, r.tolerance), RETVAL_OK) << r.name;
+    SCOPED_TRACE(r.name);
+    expect_loop(loop, r.expected);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, QEMWorkedCase,
-    ::testing::Values(
-        // A corner lies 7.07 from the diagonal of its neighbours.
-        QEMCase{"SquareBelowCornerCostUnchanged", kSquare, 7.0f, kSquare},
-        // All four costs tie at 50: the heap serves vertex 0, then 2 (the hole takes the right
-        // child on ties), and the ring is down to 1 and 3.
-        QEMCase{"SquareShrinksToTwoInHeapOrder", kSquare, 100.0f, {{10, 0}, {0, 10}}},
-        QEMCase{"CollinearGoFirst",
-                {{0, 0}, {2, 0}, {5, 0}, {10, 0}, {10, 10}, {0, 10}},
-                0.01f,
-                kSquare},
-        // Vertex 1 sits between two copies of the origin: a zero chord costs nothing.
-        QEMCase{"SpikeOnZeroChordGoes",
-                {{0, 0}, {50, 70}, {0, 0}, {10, 0}, {10, 10}, {0, 10}},
-                0.5f,
-                {{0, 0}, {0, 0}, {10, 0}, {10, 10}, {0, 10}}}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(QEMSimp, RefusesBadToleranceAndShortLoops) {
   for (float tol : {0.0f, -1.0f}) {
@@ -67,34 +63,16 @@ TEST(QEMSimp, RefusesBadToleranceAndShortLoops) {
   EXPECT_EQ(triangle.size(), 3u);
 }
 
-TEST(QEMSimp, AllPointsEqualLeaveTwo) {
-  Loop loop(10, Point2(2, 3));
-  EXPECT_EQ(get_QEM_simplified_loop(loop, 1e-3f), RETVAL_OK);
-  EXPECT_EQ(loop.size(), 2u);
+TEST(QEMSimp, NoisyRingsKeepOrderAndAtLeastTwo) {
+  for (float tol : {0.3f, 2.0f, 1e6f}) {
+    const Loop original = test::noisy_ring(3000, 100, 0.5f, 1);
+    Loop loop = original;
+    EXPECT_EQ(get_QEM_simplified_loop(loop, tol), RETVAL_OK);
+    ASSERT_GE(loop.size(), 2u);
+    EXPECT_LT(loop.size(), original.size());
+    EXPECT_EQ(subsequence_indices(loop, original).size(), loop.size()) << tol;
+  }
 }
-
-TEST(QEMSimp, NoisySidesCollapseToTheCorners) {
-  const Loop original = test::square_with_side_points(10, 10, 1e-3f, 4);
-  Loop loop = original;
-  EXPECT_EQ(get_QEM_simplified_loop(loop, 0.1f), RETVAL_OK);
-  expect_loop(loop, kSquare);
-}
-
-class QEMNoisyRing : public ::testing::TestWithParam<std::tuple<uint32_t, float>> {};
-
-TEST_P(QEMNoisyRing, KeepsOrderAndAtLeastTwo) {
-  const auto [seed, tol] = GetParam();
-  const Loop original = test::noisy_ring(3000, 100, 0.5f, seed);
-  Loop loop = original;
-  EXPECT_EQ(get_QEM_simplified_loop(loop, tol), RETVAL_OK);
-  ASSERT_GE(loop.size(), 2u);
-  EXPECT_LT(loop.size(), original.size());
-  EXPECT_EQ(subsequence_indices(loop, original).size(), loop.size());
-}
-
-INSTANTIATE_TEST_SUITE_P(Rings, QEMNoisyRing,
-                         ::testing::Combine(::testing::Values(1u, 2u),
-                                            ::testing::Values(0.3f, 2.0f, 1e6f)));
 
 TEST(QEMSimp, ExtremeInputsFinish) {
   for (float scale : {1e-38f, 1e30f, 3e38f}) {
@@ -115,37 +93,22 @@ std::shared_ptr<Path> coloured_path(const Loop& points, const ColorVector& colou
   return path;
 }
 
-struct ColourRefusal {
-  const char* name;
-  float position_tolerance;
-  float colour_tolerance;
-  int points;
-  int colours;
-};
-
-class QEMColourRefusal : public ::testing::TestWithParam<ColourRefusal> {};
-
-TEST_P(QEMColourRefusal, LeavesThePathUntouched) {
-  const ColourRefusal& c = GetParam();
-  const Loop points = test::noisy_ring(c.points, 10, 0.5f, 3);
-  auto path = coloured_path(points, ColorVector(c.colours, Color3f(1, 0, 0)));
-  const auto before_points = path->get_points();
-  const auto before_colours = path->get_colors();
-  get_QEM_simplified_loop_with_colour(path, c.position_tolerance, c.colour_tolerance);
-  EXPECT_EQ(path->get_points(), before_points);
-  EXPECT_EQ(path->get_colors(), before_colours);
-  ASSERT_EQ(before_points->size(), points.size());
-  EXPECT_EQ(subsequence_indices(*before_points, points).size(), points.size());
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, QEMColourRefusal,
-                         ::testing::Values(ColourRefusal{"ZeroPosition", 0, 1, 20, 20},
-                                           ColourRefusal{"NegativeColour", 1, -1, 20, 20},
-                                           ColourRefusal{"SizesDiffer", 1, 1, 20, 19},
-                                           ColourRefusal{"ThreePoints", 1, 1, 3, 3}),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-TEST(QEMSimpColour, MissingHandlesAreRefused) {
+// Refusals leave the path as it was: the very same point and colour sequences.
+TEST(QEMSimpColour, RefusalsLeaveThePathUntouched) {
+  const struct {
+    float position_tolerance, colour_tolerance;
+    int points, colours;
+  } rows[] = {{0, 1, 20, 20}, {1, -1, 20, 20}, {1, 1, 20, 19}, {1, 1, 3, 3}};
+  for (const auto& r : rows) {
+    auto path = coloured_path(test::noisy_ring(r.points, 10, 0.5f, 3),
+                              ColorVector(r.colours, Color3f(1, 0, 0)));
+    const auto before_points = path->get_points();
+    const auto before_colours = path->get_colors();
+    get_QEM_simplified_loop_with_colour(path, r.position_tolerance, r.colour_tolerance);
+    EXPECT_EQ(path->get_points(), before_points);
+    EXPECT_EQ(path->get_colors(), before_colours);
+    EXPECT_EQ(before_points->size(), static_cast<std::size_t>(r.points));
+  }
   std::shared_ptr<Path> null_path;
   get_QEM_simplified_loop_with_colour(null_path, 1, 1);
   EXPECT_FALSE(null_path);
@@ -196,10 +159,8 @@ TEST(QEMSimpColour, ShortChordCostsNothingWhateverTheColour) {
   expect_loop(*path->get_points(), {{0, 0}, {0, 0}, {10, 0}, {10, 10}, {0, 10}});
 }
 
-class QEMColourNoisyRing : public ::testing::TestWithParam<uint32_t> {};
-
-TEST_P(QEMColourNoisyRing, EqualColoursMatchThePlainFormAndColoursTravel) {
-  const Loop original = test::noisy_ring(2000, 100, 0.5f, GetParam());
+TEST(QEMSimpColour, EqualColoursMatchThePlainFormAndColoursTravel) {
+  const Loop original = test::noisy_ring(2000, 100, 0.5f, 1);
   Loop plain = original;
   get_QEM_simplified_loop(plain, 0.5f);
 
@@ -228,8 +189,6 @@ TEST_P(QEMColourNoisyRing, EqualColoursMatchThePlainFormAndColoursTravel) {
     EXPECT_NEAR(pts[i].y, original[k].y, 1e-4f);
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rings, QEMColourNoisyRing, ::testing::Values(1u, 2u));
 
 }  // namespace
 }  // namespace Quorvex
