@@ -127,18 +127,5 @@ INSTANTIATE_TEST_SUITE_P(
                       ClearCase{3, 0, "0001111111"}, ClearCase{20, 1, "0000000000"},
                       ClearCase{-1, 1, "1111111111"}, ClearCase{0, -1, "1111111111"}));
 
-TEST(Entity, AddAtFrontAndResize) {
-  Entity e;
-  auto a = std::make_shared<Layer>();
-  auto b = std::make_shared<Layer>();
-  e.add_layer_at_front(a);
-  e.add_layer_at_front(b);
-  EXPECT_EQ(e(0), b);
-  EXPECT_EQ(e(1), a);
-  e.resize_layer_size(0);
-  e.resize_layer_size(1);
-  EXPECT_EQ(e.get_layer(0), nullptr);
-}
-
 }  // namespace
 }  // namespace Quorvex
