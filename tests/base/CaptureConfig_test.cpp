@@ -11,16 +11,6 @@
 namespace Quorvex {
 namespace {
 
-// Every flag of a fresh configuration is off: see FlagMapNamesEveryBoolean.
-TEST(CaptureConfig, DefaultsAreOff) {
-  const DataArchiveConfig fresh;
-  EXPECT_FALSE(fresh.stream.is_open());
-  EXPECT_EQ(fresh.get_store_path(), ".");
-  EXPECT_FALSE(fresh.is_selected("anything"));
-  EXPECT_FALSE(gDAConfig.enabled);
-  EXPECT_FALSE(gDebugDS.inner_call);
-}
-
 TEST(CaptureConfig, BuildStampsAreSet) {
   EXPECT_TRUE(std::regex_match(gCommonVersionStr, std::regex("[0-9]+\\.[0-9]+\\.[0-9]+.*")))
       << gCommonVersionStr;
@@ -52,18 +42,9 @@ TEST(CaptureConfig, SelectedNames) {
 }
 
 TEST(CaptureConfig, EncodedNamesAreSafeDistinctAndReversible) {
-  const std::string names[] = {"a",
-                               "b",
-                               "ab",
-                               "get_simplified_loop_DP",
-                               "a/b",
-                               "..",
-                               "x y\tz",
-                               "\xff\x00",
-                               std::string("\0", 1),
-                               "A",
-                               "é",
-                               "__inner_f.20260101-000000-000"};
+  const std::string names[] = {"a",   "b",  "ab",       "get_simplified_loop_DP",
+                               "a/b", "..", "x y\tz",   std::string("\0", 1),
+                               "A",   "é",  "\xff\x00", "__inner_f.20260101-000000-000"};
   std::set<std::string> seen;
   for (const std::string& n : names) {
     std::string enc;
@@ -98,8 +79,14 @@ TEST(CaptureConfig, TimeStampFormat) {
   EXPECT_LE(std::stoi(m[6]), 60);
 }
 
-TEST(CaptureConfig, FlagMapNamesEveryBoolean) {
+// A fresh configuration has every flag off, no selection, the current folder, no stream.
+TEST(CaptureConfig, FreshConfigurationAndItsFlagMap) {
   DataArchiveConfig c;
+  EXPECT_FALSE(c.stream.is_open());
+  EXPECT_EQ(c.get_store_path(), ".");
+  EXPECT_FALSE(c.is_selected("anything"));
+  EXPECT_FALSE(gDAConfig.enabled);
+  EXPECT_FALSE(gDebugDS.inner_call);
   auto m = c.gen_flag_map();
   ASSERT_EQ(m.size(), 8u);
   for (const auto& kv : m) EXPECT_EQ(kv.second, "0") << kv.first;

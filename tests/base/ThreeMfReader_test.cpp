@@ -166,7 +166,6 @@ struct UnitCase {
   NMR::eModelUnit unit;
   float millimetres;
 };
-// Printed by name: gtest would otherwise dump the bytes, padding included.
 void PrintTo(const UnitCase& c, std::ostream* os) { *os << c.name; }
 
 class ThreeMfUnitTest : public ::testing::TestWithParam<UnitCase> {};

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -46,14 +45,11 @@ EntityPtr entity_with(const std::vector<float>& zs, CraftType craft = CRAFT_TYPE
 
 TEST(MergeLayersTest, PacksIdsPerSourceBehindARunningOffset) {
   auto first = layer_at(0.2f, 0.15f);
-  first->add_boundary_path(path_with(7));
-  first->add_boundary_path(path_with(4));
-  first->add_boundary_path(path_with(-1));
-  first->add_fill_path(path_with(7));
-  first->add_fill_path(path_with(4));
+  first->get_boundary_paths() = {path_with(7), path_with(4), path_with(-1)};
+  first->get_fill_paths() = {path_with(7), path_with(4)};
   auto second = layer_at(0.3f, 0.3f);
-  second->add_boundary_path(path_with(1));
-  second->add_fill_path(path_with(1));
+  second->get_boundary_paths() = {path_with(1)};
+  second->get_fill_paths() = {path_with(1)};
 
   auto result = std::make_shared<Layer>();
   ASSERT_EQ(Layer::merge_layers({first, second}, result, 12), RETVAL_OK);
@@ -66,8 +62,7 @@ TEST(MergeLayersTest, PacksIdsPerSourceBehindARunningOffset) {
 
 TEST(MergeLayersTest, UnknownIdLandsOnTheOffsetAndWidensIt) {
   auto first = layer_at(0.2f);
-  first->add_boundary_path(path_with(4));
-  first->add_boundary_path(path_with(7));
+  first->get_boundary_paths() = {path_with(4), path_with(7)};
   first->add_fill_path(path_with(9));  // no boundary path bears 9
   auto second = layer_at(0.2f);
   second->add_boundary_path(path_with(0));
@@ -84,10 +79,7 @@ TEST(MergeLayersTest, UnknownIdLandsOnTheOffsetAndWidensIt) {
 TEST(MergeLayersTest, EveryListGoesToItsOwnKindWithMinusOneKept) {
   auto src = layer_at(1.0f);
   const auto lists = qxtest::path_lists(*src);
-  for (size_t k = 0; k < lists.size(); ++k) {
-    lists[k]->push_back(path_with(k == 0 ? 3 : -1));
-    lists[k]->push_back(path_with(-1));
-  }
+  for (size_t k = 0; k < lists.size(); ++k) *lists[k] = {path_with(k == 0 ? 3 : -1), path_with(-1)};
   auto result = std::make_shared<Layer>();
   Layer::merge_layers({src}, result, 0);
   const auto merged_lists = qxtest::path_lists(*result);
@@ -95,8 +87,7 @@ TEST(MergeLayersTest, EveryListGoesToItsOwnKindWithMinusOneKept) {
     const PathPtrList& merged = *merged_lists[k];
     ASSERT_EQ(merged.size(), 2u) << "list " << k;
     EXPECT_EQ(merged[0]->get_points(), (*lists[k])[0]->get_points()) << "list " << k;
-    EXPECT_EQ(merged[0]->get_id(), k == 0 ? 0 : -1) << "list " << k;
-    EXPECT_EQ(merged[1]->get_id(), -1) << "list " << k;
+    EXPECT_EQ(ids_of(merged), (std::vector<int>{k == 0 ? 0 : -1, -1})) << "list " << k;
   }
 }
 
@@ -109,8 +100,8 @@ TEST(MergeLayersTest, CopiesShareGeometryButNotIds) {
   auto merged = result->get_boundary_path(0);
   EXPECT_NE(merged, p);
   merged->get_point(0) = Point2(42, 43);
-  EXPECT_EQ(p->get_point(0).x, 42);
   merged->set_id(100);
+  EXPECT_EQ(p->get_point(0).x, 42);
   EXPECT_EQ(p->get_id(), 5);
 }
 
@@ -131,17 +122,16 @@ TEST(MergeLayersTest, ResultKeepsSmallRegionsFlagsAndOffsets) {
   EXPECT_EQ(result->get_extraShell_offsets(), (std::vector<float>{1.0f, 2.0f}));
 }
 
-TEST(MergeLayersTest, EmptyResultHandleStillSucceeds) {
+TEST(MergeLayersTest, EmptyResultHandleOrResultAmongTheSources) {
   auto src = layer_at(0.5f);
   src->add_fill_path(path_with(2));
   EXPECT_EQ(Layer::merge_layers({src}, nullptr, 0), RETVAL_OK);
   EXPECT_EQ(src->get_fill_path(0)->get_id(), 2);
-}
 
-TEST(MergeLayersTest, ResultThatIsAlsoASourceIsReadWhole) {
+  // A result that is also a source is read whole before it is written.
   auto a = layer_at(0.5f);
-  a->add_boundary_path(path_with(6));
-  a->add_fill_path(path_with(6));
+  a->get_boundary_paths() = {path_with(6)};
+  a->get_fill_paths() = {path_with(6)};
   auto b = layer_at(0.5f);
   b->add_boundary_path(path_with(2));
   Layer::merge_layers({a, b}, a, 0);
@@ -155,13 +145,11 @@ LayerPtr numbered_nested_layer(bool small_first) {
   auto l = layer_at(0.2f);
   auto big = outer_rect(0, 0, 10, 10);
   auto small = outer_rect(4, 4, 6, 6);
-  if (small_first) l->add_boundary_path(small);
-  l->add_boundary_path(big);
-  if (!small_first) l->add_boundary_path(small);
-  l->add_boundary_path(hole_rect(2, 2, 8, 8));
-  l->add_fill_path(path_with(-1, PATH_TYPE_FILL_SEGMENTS_0, {5, 5}));
-  l->add_fill_path(path_with(-1, PATH_TYPE_FILL_SEGMENTS_0, {0, 5}));    // on the big loop
-  l->add_fill_path(path_with(-1, PATH_TYPE_FILL_SEGMENTS_0, {50, 50}));  // stray
+  l->get_boundary_paths() = {small_first ? small : big, small_first ? big : small,
+                             hole_rect(2, 2, 8, 8)};
+  l->get_fill_paths() = {path_with(-1, PATH_TYPE_FILL_SEGMENTS_0, {5, 5}),
+                         path_with(-1, PATH_TYPE_FILL_SEGMENTS_0, {0, 5}),     // on the big loop
+                         path_with(-1, PATH_TYPE_FILL_SEGMENTS_0, {50, 50})};  // stray
   l->number_region();
   return l;
 }
@@ -180,29 +168,17 @@ TEST_P(MergeNumberedTest, RegionsOfSourcesStayApart) {
   Layer::merge_layers({a, b}, result, 0);
   // Boundary ids 0 and 1 pack onto themselves; the stray's 2 is no boundary id, so it
   // falls onto the offset 0 and enters the map, and the second source starts at 3.
-  const std::vector<int> fills = ids_of(result->get_fill_paths());
-  ASSERT_EQ(fills.size(), 6u);
-  EXPECT_EQ(fills[0], small_a);
-  EXPECT_EQ(fills[1], big_a);
-  EXPECT_EQ(fills[2], 0);
-  EXPECT_EQ(fills[3], 3 + (1 - small_a));
-  EXPECT_EQ(fills[4], 3 + (1 - big_a));
-  EXPECT_EQ(fills[5], 3);
-  const std::vector<int> bounds = ids_of(result->get_boundary_paths());
-  ASSERT_EQ(bounds.size(), 6u);
-  for (int i = 0; i < 3; ++i)
-    EXPECT_EQ(bounds[static_cast<size_t>(i)],
-              a->get_boundary_path(static_cast<size_t>(i))->get_id());
-  for (int i = 3; i < 6; ++i) {
-    EXPECT_EQ(bounds[static_cast<size_t>(i)],
-              3 + b->get_boundary_path(static_cast<size_t>(i - 3))->get_id());
-  }
+  EXPECT_EQ(ids_of(result->get_fill_paths()),
+            (std::vector<int>{small_a, big_a, 0, 3 + big_a, 3 + small_a, 3}));
+  std::vector<int> bounds = ids_of(a->get_boundary_paths());
+  for (int id : ids_of(b->get_boundary_paths())) bounds.push_back(3 + id);
+  EXPECT_EQ(ids_of(result->get_boundary_paths()), bounds);
 }
 
 INSTANTIATE_TEST_SUITE_P(BothOrders, MergeNumberedTest, ::testing::Bool());
 
+// Each merge has its own offset and map: side by side they give what they give alone.
 TEST(MergeLayersTest, ConcurrentMergesDoNotShareTheirOffsets) {
-  // Each merge has its own offset and map: side by side they give what they give alone.
   std::vector<std::shared_ptr<Layer const>> sources;
   for (int s = 0; s < 6; ++s) {
     auto l = layer_at(0.1f);
@@ -212,7 +188,6 @@ TEST(MergeLayersTest, ConcurrentMergesDoNotShareTheirOffsets) {
   }
   auto expected = std::make_shared<Layer>();
   Layer::merge_layers(sources, expected, 0);
-  const std::vector<int> want = ids_of(expected->get_fill_paths());
 
   std::vector<LayerPtr> results(4);
   std::vector<std::thread> threads;
@@ -223,14 +198,24 @@ TEST(MergeLayersTest, ConcurrentMergesDoNotShareTheirOffsets) {
     });
   }
   for (auto& t : threads) t.join();
-  for (const auto& r : results) EXPECT_EQ(ids_of(r->get_fill_paths()), want);
+  for (const auto& r : results) {
+    EXPECT_EQ(ids_of(r->get_fill_paths()), ids_of(expected->get_fill_paths()));
+  }
 }
 
 // ---- merge_entities: refusals ----
 
+using Sources = std::vector<std::shared_ptr<Entity const>>;
+
+EntityPtr with_empty_layer_slot() {
+  auto e = entity_with({0.2f});
+  e->resize_layer_size(2);
+  return e;
+}
+
 struct RefusalCase {
   std::string name;
-  std::function<std::vector<std::shared_ptr<Entity const>>()> sources;
+  Sources sources;
 };
 
 void PrintTo(const RefusalCase& c, std::ostream* os) { *os << c.name; }
@@ -240,48 +225,28 @@ class MergeRefusalTest : public ::testing::TestWithParam<RefusalCase> {};
 TEST_P(MergeRefusalTest, RefusesBeforeChangingAnything) {
   auto result = entity_with({9.0f}, static_cast<CraftType>(5), 77.0f);
   auto before = result->get_layer(0);
-  EXPECT_EQ(Entity::merge_entities(GetParam().sources(), result), RETVAL_BAD_INPUT);
+  EXPECT_EQ(Entity::merge_entities(GetParam().sources, result), RETVAL_BAD_INPUT);
   EXPECT_EQ(result->get_layer_size(), 1u);
   EXPECT_EQ(result->get_layer(0), before);
   EXPECT_EQ(result->get_craft_type(), static_cast<CraftType>(5));
   EXPECT_FLOAT_EQ(result->get_platform_height(), 77.0f);
 }
 
+const CraftType kDefault = CRAFT_TYPE_DEFAULT;
 INSTANTIATE_TEST_SUITE_P(
     Inputs, MergeRefusalTest,
     ::testing::Values(
-        RefusalCase{"none", [] { return std::vector<std::shared_ptr<Entity const>>{}; }},
-        RefusalCase{"single",
-                    [] { return std::vector<std::shared_ptr<Entity const>>{entity_with({0.2f})}; }},
+        RefusalCase{"none", {}}, RefusalCase{"single", {entity_with({0.2f})}},
         RefusalCase{"craft_differs",
-                    [] {
-                      return std::vector<std::shared_ptr<Entity const>>{
-                          entity_with({0.2f}), entity_with({0.2f}),
-                          entity_with({0.2f}, static_cast<CraftType>(1))};
-                    }},
+                    {entity_with({0.2f}), entity_with({0.2f}),
+                     entity_with({0.2f}, static_cast<CraftType>(1))}},
         RefusalCase{"platform_differs",
-                    [] {
-                      return std::vector<std::shared_ptr<Entity const>>{
-                          entity_with({0.2f}, CRAFT_TYPE_DEFAULT, 1.0f),
-                          entity_with({0.2f}, CRAFT_TYPE_DEFAULT, 1.001f)};
-                    }},
-        RefusalCase{"platform_nan",
-                    [] {
-                      return std::vector<std::shared_ptr<Entity const>>{
-                          entity_with({0.2f}, CRAFT_TYPE_DEFAULT, 1.0f),
-                          entity_with({0.2f}, CRAFT_TYPE_DEFAULT, std::nanf(""))};
-                    }},
+                    {entity_with({0.2f}, kDefault, 1.0f), entity_with({0.2f}, kDefault, 1.001f)}},
         RefusalCase{
-            "empty_entity_handle",
-            [] {
-              return std::vector<std::shared_ptr<Entity const>>{entity_with({0.2f}), nullptr};
-            }},
-        RefusalCase{"empty_layer_handle",
-                    [] {
-                      auto e = entity_with({0.2f});
-                      e->resize_layer_size(2);
-                      return std::vector<std::shared_ptr<Entity const>>{entity_with({0.2f}), e};
-                    }}),
+            "platform_nan",
+            {entity_with({0.2f}, kDefault, 1.0f), entity_with({0.2f}, kDefault, std::nanf(""))}},
+        RefusalCase{"empty_entity_handle", {entity_with({0.2f}), nullptr}},
+        RefusalCase{"empty_layer_handle", {entity_with({0.2f}), with_empty_layer_slot()}}),
     [](const auto& info) { return info.param.name; });
 
 TEST(MergeEntitiesTest, EmptyResultHandleIsRefused) {

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-#include <string>
-
-#include "quorvex/baseTypeIO/GCode.h"
 #include "support/ModelSamples.h"
 
 namespace Quorvex {
@@ -40,21 +36,6 @@ TEST(QuorvexPrintModel, OneLayerOfElevenClosedOuterLoops) {
   const Point2& first = layer->get_boundary_path(0)->get_point(0);
   EXPECT_EQ(first.x, 20.0f);
   EXPECT_EQ(first.y, 62.0f);
-}
-
-TEST(QuorvexPrintModel, BoundaryGCodeHas581MovesAndElevenTravels) {
-  Entity e;
-  QuorvexPrintModel::get_quorvex_entity(e);
-  GCode g(4, {STRUCTURE_BOUNDARY});
-  g.get_gcode_from_entity(e);
-  ASSERT_EQ(g.get_outputs().size(), 1u);
-  std::istringstream text(g.get_outputs()[0]);
-  std::size_t moves = 0, travels = 0;
-  for (std::string line; std::getline(text, line);) {
-    if (line.rfind("G1 X", 0) == 0) (line.find(" Z") != std::string::npos ? moves : travels)++;
-  }
-  EXPECT_EQ(moves, 581u);
-  EXPECT_EQ(travels, 11u);
 }
 
 }  // namespace

@@ -11,27 +11,18 @@
 
 #include "quorvex/baseType/Layer.h"
 #include "quorvex/planeGeometry/LoopPredicates.h"
+#include "support/ModelSamples.h"
 
 namespace Quorvex {
 namespace {
 
 std::shared_ptr<Path> loop(PathType type, float x0, float y0, float x1, float y1) {
-  auto p = std::make_shared<Point2Vector>();
-  if (type == PATH_TYPE_OUTER) {
-    *p = {{x0, y0}, {x1, y0}, {x1, y1}, {x0, y1}};
-  } else {
-    *p = {{x0, y0}, {x0, y1}, {x1, y1}, {x1, y0}};
-  }
-  auto path = std::make_shared<Path>();
-  path->set_type(type);
-  path->set_points(std::move(p));
-  return path;
+  return type == PATH_TYPE_OUTER ? qxtest::outer_rect(x0, y0, x1, y1)
+                                 : qxtest::hole_rect(x0, y0, x1, y1);
 }
 
 std::shared_ptr<Path> stroke(float x, float y) {
-  auto path = std::make_shared<Path>();
-  path->set_points(std::make_shared<Point2Vector>(Point2Vector{{x, y}, {x + 0.01f, y}}));
-  return path;
+  return qxtest::make_path({{x, y}, {x + 0.01f, y}});
 }
 
 // The rule the numbering promises, walked over every outer loop in list order: the

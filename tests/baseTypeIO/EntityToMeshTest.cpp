@@ -67,24 +67,12 @@ TEST(EntityToMesh, BoundaryTriangleMakesThreeClosedWalls) {
   const auto low = static_cast<float>(1.0f - static_cast<double>(w) * 0.5);
   const auto high = static_cast<float>(1.0f + static_cast<double>(w) * 0.5);
   // The closing wall, from the last point back to the first.
-  EXPECT_EQ(f.mesh.get_vCoord(8), Vector3f(0, 3, low));
-  EXPECT_EQ(f.mesh.get_vCoord(9), Vector3f(0, 0, low));
-  EXPECT_EQ(f.mesh.get_vCoord(10), Vector3f(0, 0, high));
-  EXPECT_EQ(f.mesh.get_vCoord(11), Vector3f(0, 3, high));
-  EXPECT_EQ(f.mesh.get_vColor(8), colour(2));
-  EXPECT_EQ(f.mesh.get_vColor(9), colour(0));
-  EXPECT_EQ(f.mesh.get_vColor(10), colour(0));
-  EXPECT_EQ(f.mesh.get_vColor(11), colour(2));
+  const std::vector<Vector3f> coords(f.mesh.get_vCoords().begin() + 8, f.mesh.get_vCoords().end());
+  EXPECT_EQ(coords, (std::vector<Vector3f>{{0, 3, low}, {0, 0, low}, {0, 0, high}, {0, 3, high}}));
+  for (std::size_t i = 8; i < 12; ++i)
+    EXPECT_EQ(f.mesh.get_vColor(i), colour(i == 8 || i == 11 ? 2 : 0));
   EXPECT_EQ(f.mesh.get_vCoord(1), Vector3f(2, 0, low));
   for (std::size_t q = 0; q < 3; ++q) expect_quad_faces(f.mesh, q);
-}
-
-TEST(EntityToMesh, OnePointBoundaryIsOneFlatWall) {
-  Fixture f;
-  f.layer->add_boundary_path(make_path({Point2(5, 5)}, 1.0f));
-  f.run();
-  EXPECT_EQ(f.mesh.get_vn(), 4u);
-  EXPECT_EQ(f.mesh.get_fn(), 2u);
 }
 
 TEST(EntityToMesh, ZeroThicknessWallsLieAtTheirHeight) {
@@ -101,15 +89,14 @@ TEST(EntityToMesh, RibbonLiesRightOfTravelAndRunsCounterClockwise) {
   f.run(0.5f);
   // Two ribbons: there and back along the closed two-point loop.
   ASSERT_EQ(f.mesh.get_vn(), 8u);
-  EXPECT_EQ(f.mesh.get_vCoord(0), Vector3f(0, -0.25f, 2));
-  EXPECT_EQ(f.mesh.get_vCoord(1), Vector3f(4, -0.25f, 2));
-  EXPECT_EQ(f.mesh.get_vCoord(2), Vector3f(4, 0.25f, 2));
-  EXPECT_EQ(f.mesh.get_vCoord(3), Vector3f(0, 0.25f, 2));
+  const std::vector<Vector3f> first(f.mesh.get_vCoords().begin(), f.mesh.get_vCoords().begin() + 5);
+  EXPECT_EQ(first,
+            (std::vector<Vector3f>{
+                {0, -0.25f, 2}, {4, -0.25f, 2}, {4, 0.25f, 2}, {0, 0.25f, 2}, {4, 0.25f, 2}}));
   EXPECT_EQ(f.mesh.get_vColor(0), colour(0));
   EXPECT_EQ(f.mesh.get_vColor(2), colour(1));
   EXPECT_GT(f.mesh.get_fNrv(0).z(), 0.0f);
   EXPECT_GT(f.mesh.get_fNrv(1).z(), 0.0f);
-  EXPECT_EQ(f.mesh.get_vCoord(4), Vector3f(4, 0.25f, 2));
 }
 
 TEST(EntityToMesh, ZeroLengthPiecesAddNothing) {
@@ -144,12 +131,15 @@ TEST(EntityToMesh, FillSegmentsTakePairsAndPolylinesEveryPiece) {
   }
 }
 
-TEST(EntityToMesh, ShortFillAddsNothing) {
+// A one-point boundary is one flat wall; fills of fewer than two points add nothing.
+TEST(EntityToMesh, ShortPaths) {
   Fixture f;
   f.layer->add_fill_path(make_path({Point2(0, 0)}, 0.5f, PATH_TYPE_FILL_POLYLINE_0));
   f.layer->add_fill_path(make_path({}, 0.5f, PATH_TYPE_FILL_SEGMENTS_0));
+  f.layer->add_boundary_path(make_path({Point2(5, 5)}, 1.0f));
   f.run();
-  EXPECT_EQ(f.mesh.get_vn(), 0u);
+  EXPECT_EQ(f.mesh.get_vn(), 4u);
+  EXPECT_EQ(f.mesh.get_fn(), 2u);
 }
 
 TEST(EntityToMesh, PathsWithoutMatchingColoursAreSkipped) {

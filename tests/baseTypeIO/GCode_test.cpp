@@ -1,7 +1,6 @@
 #include "quorvex/baseTypeIO/GCode.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <map>
@@ -11,6 +10,7 @@
 
 #include "quorvex/baseType/QuorvexPrintModel.h"
 #include "quorvex/baseTypeIO/TextFileWriter.h"
+#include "support/Files.h"
 #include "support/ModelSamples.h"
 
 namespace Quorvex {
@@ -228,16 +228,10 @@ TEST(GCode, EntityGivesOneOutputPerLayerAndStartsOver) {
   EXPECT_TRUE(g.get_outputs().empty());
 }
 
-std::string read_file(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
+using qxtest::read_file;
 
 TEST(TextFileWriter, WritesReplacesAndJoinsWithoutSeparator) {
-  const std::string path =
-      ::testing::TempDir() + "/qx_writer_test_" + std::to_string(::getpid()) + ".txt";
+  const std::string path = qxtest::fresh_dir("writer") + "/out.txt";
   EXPECT_EQ(write_common_file(path, std::string("first text\n")), RETVAL_OK);
   EXPECT_EQ(write_common_file(path, std::vector<std::string>{"a", "b"}), RETVAL_OK);
   EXPECT_EQ(read_file(path), "ab");
@@ -246,7 +240,7 @@ TEST(TextFileWriter, WritesReplacesAndJoinsWithoutSeparator) {
 }
 
 TEST(TextFileWriter, MissingFolderFailsAndCreatesNothing) {
-  const std::string dir = ::testing::TempDir() + "/qx_no_such_folder_" + std::to_string(::getpid());
+  const std::string dir = qxtest::fresh_dir("writer_missing") + "/no_such_folder";
   EXPECT_EQ(write_common_file(dir + "/x.txt", std::string("x")), RETVAL_FAILED);
   Entity e;
   QuorvexPrintModel::get_quorvex_entity(e);
@@ -259,9 +253,8 @@ TEST(TextFileWriter, MissingFolderFailsAndCreatesNothing) {
 TEST(TextFileWriter, LayerAndOneLayerEntityGiveTheSameBytes) {
   Entity e;
   QuorvexPrintModel::get_quorvex_entity(e);
-  const std::string a =
-      ::testing::TempDir() + "/qx_entity_" + std::to_string(::getpid()) + ".gcode";
-  const std::string b = ::testing::TempDir() + "/qx_layer_" + std::to_string(::getpid()) + ".gcode";
+  const std::string a = qxtest::fresh_dir("writer_same") + "/entity.gcode";
+  const std::string b = a + ".layer";
   ASSERT_EQ(write_gcode(a, e, 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
   ASSERT_EQ(write_gcode(b, *e.get_layer(0), 3, {STRUCTURE_BOUNDARY}), RETVAL_OK);
   EXPECT_EQ(read_file(a), read_file(b));

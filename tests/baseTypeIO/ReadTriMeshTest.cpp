@@ -100,39 +100,32 @@ TEST(ReadTriMeshByName, ExtensionFromTheNameInAnyCase) {
   EXPECT_EQ(last, 100);
 }
 
-TEST(ReadTriMeshByName, LogLineShowsTheFoldedExtension) {
-  ErrorLines errors;
-  BaseTriMesh mesh;
-  EXPECT_EQ(read_TriMesh(qxtest::write_temp("model.xYz", kObjText), mesh, nullptr),
-            IORET_BAD_FORMAT);
-  ASSERT_EQ(errors.lines().size(), 1u);
-  EXPECT_EQ(errors.lines()[0], "Should Input .STL , .3MF, .STP or .OBJ File! (XYZ)");
-}
-
-TEST(ReadTriMeshByName, NameWithoutExtensionIsOneWithoutALine) {
-  ErrorLines errors;
-  BaseTriMesh mesh;
-  EXPECT_EQ(read_TriMesh(temp_path("no_extension"), mesh, 0.004f), IORET_BAD_FORMAT);
-  EXPECT_EQ(read_TriMesh(temp_path("dir.d/no_extension"), mesh, nullptr), IORET_BAD_FORMAT);
-  EXPECT_TRUE(errors.lines().empty());
-}
-
-TEST(ReadTriMeshByName, StepFileReadsNothing) {
-  ErrorLines errors;
-  BaseTriMesh mesh;
-  mesh.set_vCoords({Vector3f(1, 2, 3)});
-  EXPECT_EQ(read_TriMesh(temp_path("part.step"), mesh, 0.25f), IORET_OK);
-  EXPECT_EQ(read_TriMesh(temp_path("part.STP"), mesh, nullptr), IORET_OK);
-  EXPECT_EQ(mesh.get_fn(), 0u);
-  EXPECT_EQ(errors.lines(), (std::vector<std::string>{".stp not supported", ".stp not supported"}));
-}
-
-TEST(ReadTriMeshByName, MissingObjFileIsTwo) {
-  ErrorLines errors;
-  BaseTriMesh mesh;
-  const std::string path = temp_path("missing.obj");
-  EXPECT_EQ(read_TriMesh(path, mesh, 0.004f), IORET_FILE_NOT_FOUND);
-  EXPECT_EQ(errors.lines(), (std::vector<std::string>{"file " + path + " not exist!"}));
+// By name: the error lines, with "@" standing for the path.
+TEST(ReadTriMeshByName, ResultsAndLinesOfOtherNames) {
+  const std::string rejected = "Should Input .STL , .3MF, .STP or .OBJ File! (XYZ)";
+  const struct {
+    std::string name;
+    IORet result;
+    std::vector<std::string> lines;
+  } cases[] = {{"model.xYz", IORET_BAD_FORMAT, {rejected}},
+               {"no_extension", IORET_BAD_FORMAT, {}},
+               {"dir.d/no_extension", IORET_BAD_FORMAT, {}},
+               {"part.step", IORET_OK, {".stp not supported"}},
+               {"part.STP", IORET_OK, {".stp not supported"}},
+               {"missing.obj", IORET_FILE_NOT_FOUND, {"file @ not exist!"}}};
+  for (const auto& c : cases) {
+    const std::string path = temp_path(c.name);
+    ErrorLines errors;
+    BaseTriMesh mesh;
+    mesh.set_vCoords({Vector3f(1, 2, 3)});
+    EXPECT_EQ(read_TriMesh(path, mesh, nullptr), c.result) << c.name;
+    EXPECT_EQ(mesh.get_fn(), 0u);
+    std::vector<std::string> lines = c.lines;
+    for (std::string& l : lines) {
+      if (l.find('@') != std::string::npos) l.replace(l.find('@'), 1, path);
+    }
+    EXPECT_EQ(errors.lines(), lines) << c.name;
+  }
 }
 
 struct MemoryCase {

@@ -1,12 +1,9 @@
 #include "quorvex/capture/TestBug.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -19,6 +16,7 @@
 #include "quorvex/capture/ArchiveRecord.h"
 #include "support/ByteImage.h"
 #include "support/CaptureConfigGuard.h"
+#include "support/Files.h"
 
 namespace Quorvex {
 namespace {
@@ -27,11 +25,6 @@ namespace fs = std::filesystem;
 using qxtest::ByteImage;
 
 const char kCall[] = "get_simplified_loop_DP";
-
-std::string slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 std::vector<std::string> files_in(const std::string& dir) {
   std::vector<std::string> names;
@@ -43,19 +36,12 @@ std::vector<std::string> files_in(const std::string& dir) {
 class TestBugTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    dir_ = ::testing::TempDir() + "qx_testbug_" + std::to_string(::getpid()) + "_" +
-           ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
+    dir_ = qxtest::fresh_dir(std::string("testbug_") +
+                             ::testing::UnitTest::GetInstance()->current_test_info()->name());
     gDAConfig.set_store_path(dir_ + "/");
-    gDAConfig.enabled = true;
-    gDAConfig.write_mode = true;
-    gDAConfig.name_with_time = false;
-    gDAConfig.name_with_thread = false;
-    gDAConfig.encode_names = false;
-    gDAConfig.selected_only = false;
-    gDAConfig.single_stream = false;
-    gDebugDS.inner_call = false;
+    gDAConfig.enabled = gDAConfig.write_mode = true;
+    gDAConfig.name_with_time = gDAConfig.name_with_thread = gDAConfig.encode_names = false;
+    gDAConfig.selected_only = gDAConfig.single_stream = gDebugDS.inner_call = false;
     gCommonVersionStr = "0.1.0";
     gGitCommitSHA1 = "0123456789abcdef0123456789abcdef01234567";
   }
@@ -85,31 +71,22 @@ TEST_F(TestBugTest, CaptureWritesTheFileByteForByte) {
   std::vector<Point2> loop{{1, 2}, {3, 4}};
   EXPECT_EQ(hook(loop), "");
   ASSERT_EQ(files_in(dir_), std::vector<std::string>{std::string(kCall) + ".tb"});
-  const std::string f = slurp(dir_ + "/" + kCall + ".tb");
+  const std::string f = qxtest::read_file(dir_ + "/" + kCall + ".tb");
   const std::string type = std::string("std::vector<") + typeid(Point2).name() + ">";
   const std::size_t a = gCommonVersionStr.size(), b = gGitCommitSHA1.size(), t = type.size();
   ASSERT_EQ(f.size(), 106 + a + b + t);
   std::string scrambled_type = type;
   scramble_tail_string(scrambled_type);
-  const std::string expected = ByteImage()
-                                   .str("TESTBUG VERSION: " + gCommonVersionStr)
-                                   .str("LAST COMMIT: " + gGitCommitSHA1)
-                                   .u64(1)
-                                   .raw("\x93\x90\x90\x8f")
-                                   .points({{1, 2}, {3, 4}})
-                                   .i32(1)
-                                   .str(scrambled_type)
-                                   .i32(1)
-                                   .str("loop")
-                                   .u64(70 + a + b)
-                                   .u64(f.size())
-                                   .bytes();
-  EXPECT_EQ(f, expected);
+  ByteImage expected;
+  expected.str("TESTBUG VERSION: " + gCommonVersionStr).str("LAST COMMIT: " + gGitCommitSHA1);
+  expected.u64(1).raw("\x93\x90\x90\x8f").points({{1, 2}, {3, 4}});
+  expected.i32(1).str(scrambled_type).i32(1).str("loop").u64(70 + a + b).u64(f.size());
+  EXPECT_EQ(f, expected.bytes());
 
   // A second capture replaces the file.
   std::vector<Point2> shorter{{5, 6}};
   hook(shorter);
-  EXPECT_EQ(slurp(dir_ + "/" + kCall + ".tb").size(), f.size() - 8);
+  EXPECT_EQ(qxtest::read_file(dir_ + "/" + kCall + ".tb").size(), f.size() - 8);
 }
 
 TEST_F(TestBugTest, ReplayRestoresTheCapturedLoopOrLeavesTheArgument) {
@@ -273,30 +250,18 @@ TEST_F(TestBugTest, SharedStreamRecordsChainByTheirSize) {
   EXPECT_EQ(hook(second, "callB", "pts"), "");
   gDAConfig.stream.close();
 
-  const std::string s = slurp(path);
+  const std::string s = qxtest::read_file(path);
   const std::string tags = ByteImage()
                                .str("TESTBUG VERSION: " + gCommonVersionStr)
                                .str("LAST COMMIT: " + gGitCommitSHA1)
                                .bytes();
-  const std::string rec_a = ByteImage()
-                                .u64(8 + 8 + 4 + 5 + tags.size() + 8 + 4 + 20)
-                                .u64(5)
-                                .str("callA")
-                                .raw(tags)
-                                .u64(1)
-                                .raw("\x93\x90\x90\x8f")
-                                .points({{1, 2}, {3, 4}})
-                                .bytes();
-  const std::string rec_b = ByteImage()
-                                .u64(8 + 8 + 4 + 5 + tags.size() + 8 + 3 + 4)
-                                .u64(5)
-                                .str("callB")
-                                .raw(tags)
-                                .u64(1)
-                                .raw("\x8f\x8b\x8c")
-                                .i32(1001)  // past the limit: the count alone
-                                .bytes();
-  EXPECT_EQ(s, rec_a + rec_b);
+  // Record size, name length, name, tags, then the record; past 1000 points the count alone.
+  ByteImage rec_a, rec_b;
+  rec_a.u64(8 + 8 + 4 + 5 + tags.size() + 8 + 4 + 20).u64(5).str("callA").raw(tags).u64(1);
+  rec_a.raw("\x93\x90\x90\x8f").points({{1, 2}, {3, 4}});
+  rec_b.u64(8 + 8 + 4 + 5 + tags.size() + 8 + 3 + 4).u64(5).str("callB").raw(tags).u64(1);
+  rec_b.raw("\x8f\x8b\x8c").i32(1001);
+  EXPECT_EQ(s, rec_a.bytes() + rec_b.bytes());
   EXPECT_EQ(split_records(s).size(), 2u);
   EXPECT_EQ(second.size(), 1001u);
 }
@@ -320,7 +285,7 @@ TEST_F(TestBugTest, ConcurrentRecordsNeverInterleave) {
   }
   for (auto& th : threads) th.join();
   gDAConfig.stream.close();
-  const auto records = split_records(slurp(path));
+  const auto records = split_records(qxtest::read_file(path));
   ASSERT_EQ(records.size(), static_cast<std::size_t>(kThreads * kPerThread));
   std::vector<int> per_call(kThreads, 0);
   for (const auto& r : records) {

@@ -8,45 +8,24 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <mutex>
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
+
+#include "support/LogLines.h"
 
 namespace Quorvex {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Collects what glog hands to sinks. send() runs under glog's lock and must not log.
-class LineCollector : public google::LogSink {
- public:
-  LineCollector() { google::AddLogSink(this); }
-  ~LineCollector() override { google::RemoveLogSink(this); }
-  void send(google::LogSeverity severity, const char*, const char*, int,
-            const google::LogMessageTime&, const char* message, size_t length) override {
-    std::lock_guard<std::mutex> lock(mutex_);
-    lines_.push_back({severity, std::string(message, length)});
-  }
-  struct Line {
-    google::LogSeverity severity;
-    std::string text;
-  };
-  std::vector<Line> lines() {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return lines_;
-  }
-
- private:
-  std::mutex mutex_;
-  std::vector<Line> lines_;
-};
 
 std::string fresh_dir(const std::string& name) {
   const fs::path dir =
@@ -60,17 +39,6 @@ std::string read_file(const fs::path& p) {
   std::ifstream in(p);
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
-
-// Every failed check in a child sets one bit of its exit code, so the parent can say which.
-enum ChildCheck : int {
-  kFlagLogDir = 1,
-  kFlagMinLevel = 2,
-  kFlagBufLevel = 4,
-  kFlagStderr = 8,
-  kNotInitialised = 16,
-  kStderrText = 32,
-  kLogFile = 64,
-};
 
 struct FirstCallCase {
   std::string name;
@@ -102,16 +70,17 @@ void PrintTo(const FirstCallCase& c, std::ostream* os) { *os << c.name; }
   qx_init_logger(c.min_level, log_dir.c_str(), c.to_stderr, c.also_to_stderr);
   std::fflush(stderr);
 
+  // Every failed check sets one bit of the exit code, so the parent can say which.
   int failed = 0;
-  if (FLAGS_log_dir != log_dir) failed |= kFlagLogDir;
-  if (FLAGS_minloglevel != c.min_level) failed |= kFlagMinLevel;
-  if (FLAGS_logbuflevel != -1) failed |= kFlagBufLevel;
+  if (FLAGS_log_dir != log_dir) failed |= 1;
+  if (FLAGS_minloglevel != c.min_level) failed |= 2;
+  if (FLAGS_logbuflevel != -1) failed |= 4;
   if (FLAGS_logtostderr != c.want_logtostderr || FLAGS_alsologtostderr != c.want_alsologtostderr) {
-    failed |= kFlagStderr;
+    failed |= 8;
   }
-  if (!google::IsGoogleLoggingInitialized()) failed |= kNotInitialised;
+  if (!google::IsGoogleLoggingInitialized()) failed |= 16;
   const bool on_stderr = read_file(err_path).find("qx logger init") != std::string::npos;
-  if (on_stderr != c.want_line_on_stderr) failed |= kStderrText;
+  if (on_stderr != c.want_line_on_stderr) failed |= 32;
   if (c.use_dir) {
     // The file carries the program name; nothing is buffered, so the line is there now.
     bool in_file = false;
@@ -122,7 +91,7 @@ void PrintTo(const FirstCallCase& c, std::ostream* os) { *os << c.name; }
         in_file = true;
       }
     }
-    if (in_file != c.want_line_in_file) failed |= kLogFile;
+    if (in_file != c.want_line_in_file) failed |= 64;
   }
   std::exit(failed);  // runs the static guard's shutdown, as a real process end does
 }
@@ -164,7 +133,7 @@ INSTANTIATE_TEST_SUITE_P(
 // write the line each time.
 TEST(LoggerTest, LaterCallsKeepFirstSettingsAndLogAgain) {
   const std::string dir = fresh_dir("later_calls");
-  LineCollector sink;
+  qxtest::LogLines sink(google::GLOG_INFO);
   qx_init_logger(0, dir.c_str(), false, false);
   const std::string first_dir = FLAGS_log_dir;
   const int first_level = FLAGS_minloglevel;
@@ -174,22 +143,15 @@ TEST(LoggerTest, LaterCallsKeepFirstSettingsAndLogAgain) {
   qx_init_logger(2, "/nonexistent/qx", true, false);
   qx_init_logger(1, "", true, true);
 
-  EXPECT_EQ(FLAGS_log_dir, first_dir);
-  EXPECT_EQ(FLAGS_minloglevel, first_level);
-  EXPECT_EQ(FLAGS_logtostderr, first_log);
-  EXPECT_EQ(FLAGS_alsologtostderr, first_also);
+  EXPECT_EQ(
+      std::make_tuple(FLAGS_log_dir, FLAGS_minloglevel, FLAGS_logtostderr, FLAGS_alsologtostderr),
+      std::make_tuple(first_dir, first_level, first_log, first_also));
   EXPECT_EQ(FLAGS_logbuflevel, -1);
   EXPECT_TRUE(google::IsGoogleLoggingInitialized());
 
-  int init_lines = 0;
-  for (const auto& line : sink.lines()) {
-    if (line.text == "qx logger init") {
-      ++init_lines;
-      EXPECT_EQ(line.severity, google::GLOG_INFO);
-    }
-  }
   // With the process's first call made here or by an earlier test, three calls: three lines.
-  EXPECT_EQ(init_lines, 3);
+  const auto lines = sink.lines();
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), "qx logger init"), 3);
 }
 
 }  // namespace

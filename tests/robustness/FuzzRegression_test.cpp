@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,8 +15,11 @@ namespace {
 
 using Loops = std::vector<std::shared_ptr<Point2Vector const>>;
 
-std::shared_ptr<Point2Vector const> loop(std::vector<Point2> pts) {
-  return std::make_shared<Point2Vector>(std::move(pts));
+// Coordinates as x, y pairs, as the fuzzer printed them.
+std::shared_ptr<Point2Vector const> loop(std::initializer_list<float> xy) {
+  auto pts = std::make_shared<Point2Vector>();
+  for (auto it = xy.begin(); it != xy.end(); it += 2) pts->emplace_back(it[0], it[1]);
+  return pts;
 }
 
 struct OpenClipCase {
@@ -45,50 +49,30 @@ TEST_P(FuzzRegressionOpenClip, OpenSubjectWithStrictSimplicityEnds) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, FuzzRegressionOpenClip,
-    ::testing::Values(OpenClipCase{"horizontal_spike_on_clip_vertex",
-                                   {loop({{-997.624023f, -61.7773438f},
-                                          {-616.008789f, -616.008789f},
-                                          {-616.000977f, -616.008789f},
-                                          {-616.008789f, -616.008789f}})},
-                                   {loop({{-616.008789f, -616.008789f},
-                                          {-528.147461f, 735.866211f},
-                                          {-988.59082f, -669.02832f},
-                                          {-712.008789f, 469.119141f}})},
-                                   ctDifference,
-                                   pftNegative},
-                      OpenClipCase{"spikes_in_both_directions",
-                                   {loop({{140.952148f, 556.950195f}, {556.950195f, 556.950195f}}),
-                                    loop({{556.950195f, 556.950195f},
-                                          {556.950195f, -999.293945f},
-                                          {556.950195f, 556.950195f},
-                                          {556.950195f, 556.78125f},
-                                          {556.950195f, 556.950195f},
-                                          {556.950195f, 556.93457f},
-                                          {556.950195f, 556.950195f},
-                                          {556.950195f, 557.950195f},
-                                          {556.950195f, 556.950195f}}),
-                                    loop({{556.950195f, 556.950195f},
-                                          {556.950195f, 524.950195f},
-                                          {556.950195f, 556.950195f},
-                                          {556.78125f, 556.950195f},
-                                          {556.950195f, 556.950195f},
-                                          {556.93457f, 556.950195f},
-                                          {556.950195f, 828.955078f},
-                                          {556.90918f, 888.724609f},
-                                          {-614.823242f, -467.803711f}})},
-                                   {loop({{906.236328f, -985.321289f},
-                                          {-732.871094f, 432.163086f},
-                                          {667.001953f, 99.4169922f},
-                                          {115.414062f, 115.414062f},
-                                          {115.414062f, 115.451172f},
-                                          {556.950195f, 556.950195f},
-                                          {556.950195f, 741.482422f},
-                                          {741.482422f, 741.482422f},
-                                          {732.949219f, 556.950195f},
-                                          {556.950195f, 556.950195f}}),
-                                    loop({{556.950195f, 556.950195f}, {556.78125f, 556.950195f}})},
-                                   ctXor,
-                                   pftNegative}),
+    ::testing::Values(
+        OpenClipCase{"horizontal_spike_on_clip_vertex",
+                     {loop({-997.624023f, -61.7773438f, -616.008789f, -616.008789f, -616.000977f,
+                            -616.008789f, -616.008789f, -616.008789f})},
+                     {loop({-616.008789f, -616.008789f, -528.147461f, 735.866211f, -988.59082f,
+                            -669.02832f, -712.008789f, 469.119141f})},
+                     ctDifference,
+                     pftNegative},
+        OpenClipCase{
+            "spikes_in_both_directions",
+            {loop({140.952148f, 556.950195f, 556.950195f, 556.950195f}),
+             loop({556.950195f, 556.950195f, 556.950195f, -999.293945f, 556.950195f, 556.950195f,
+                   556.950195f, 556.78125f, 556.950195f, 556.950195f, 556.950195f, 556.93457f,
+                   556.950195f, 556.950195f, 556.950195f, 557.950195f, 556.950195f, 556.950195f}),
+             loop({556.950195f, 556.950195f, 556.950195f, 524.950195f, 556.950195f, 556.950195f,
+                   556.78125f, 556.950195f, 556.950195f, 556.950195f, 556.93457f, 556.950195f,
+                   556.950195f, 828.955078f, 556.90918f, 888.724609f, -614.823242f, -467.803711f})},
+            {loop({906.236328f, -985.321289f, -732.871094f, 432.163086f, 667.001953f,
+                   99.4169922f, 115.414062f,  115.414062f,  115.414062f, 115.451172f,
+                   556.950195f, 556.950195f,  556.950195f,  741.482422f, 741.482422f,
+                   741.482422f, 732.949219f,  556.950195f,  556.950195f, 556.950195f}),
+             loop({556.950195f, 556.950195f, 556.78125f, 556.950195f})},
+            ctXor,
+            pftNegative}),
     [](const ::testing::TestParamInfo<OpenClipCase>& i) { return std::string(i.param.label); });
 
 }  // namespace

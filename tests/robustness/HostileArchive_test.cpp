@@ -7,50 +7,28 @@
 
 #include <boost/interprocess/streams/bufferstream.hpp>
 #include <cstdint>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <sstream>
-#include <streambuf>
 #include <string>
 #include <vector>
 
 #include "quorvex/base/DataArchiveConfig.h"
 #include "quorvex/baseType/Entity.h"
-#include "quorvex/baseType/Layer.h"
 #include "quorvex/baseType/ModelArchive.h"
-#include "quorvex/baseType/Path.h"
 #include "quorvex/capture/ArchiveRecord.h"
-#include "quorvex/capture/ArchiveStream.h"
 #include "quorvex/capture/TestBug.h"
 #include "support/ByteImage.h"
 #include "support/CaptureConfigGuard.h"
+#include "support/ModelSamples.h"
+#include "support/Streams.h"
 
 namespace Quorvex {
 namespace {
 
 using qxtest::ByteImage;
-
-// A stream that can neither seek nor tell, as a pipe.
-class ForwardOnlyBuffer : public std::streambuf {
- public:
-  explicit ForwardOnlyBuffer(const std::string& bytes) {
-    char* p = const_cast<char*>(bytes.data());
-    setg(p, p, p + bytes.size());
-  }
-};
-
-// Swallows what the capture classes print while a test runs.
-class SilenceCout {
- public:
-  SilenceCout() : old_(std::cout.rdbuf(sink_.rdbuf())) {}
-  ~SilenceCout() { std::cout.rdbuf(old_); }
-
- private:
-  std::ostringstream sink_;
-  std::streambuf* old_;
-};
+using qxtest::ForwardOnlyBuffer;
 
 std::shared_ptr<Entity> sample_entity() {
   auto e = std::make_shared<Entity>();
@@ -60,15 +38,10 @@ std::shared_ptr<Entity> sample_entity() {
     layer->set_id(i);
     layer->set_z(0.2f * static_cast<float>(i + 1));
     for (int k = 0; k < 3; ++k) {
-      auto p = std::make_shared<Path>();
-      p->set_id(k);
-      auto pts = std::make_shared<Point2Vector>();
-      for (int j = 0; j < 5; ++j) pts->emplace_back(static_cast<float>(j), static_cast<float>(k));
-      p->set_points(pts);
+      const float y = static_cast<float>(k);
+      auto p = qxtest::make_path({{0, y}, {1, y}, {2, y}, {3, y}, {4, y}}, PATH_TYPE_NONE, -1, k);
       if (k == 1) {
-        auto c = std::make_shared<ColorVector>();
-        for (int j = 0; j < 5; ++j) c->push_back(Color3f(0.1f, 0.2f, 0.3f));
-        p->set_colors(c);
+        p->set_colors(std::make_shared<ColorVector>(5, Color3f(0.1f, 0.2f, 0.3f)));
         p->set_extra_shell_component(std::make_shared<ExtraShellComponent>());
       }
       layer->add_boundary_path(p);
@@ -93,12 +66,8 @@ void expect_bounded(const Entity& e, std::size_t budget) {
                              &l->get_small_region_paths(), &l->get_raft_paths()}) {
       EXPECT_LE(list->size(), budget);
       for (const auto& p : *list) {
-        if (p->get_points()) {
-          EXPECT_LE(p->get_points()->size() * 8, budget);
-        }
-        if (p->get_colors()) {
-          EXPECT_LE(p->get_colors()->size() * 12, budget);
-        }
+        EXPECT_LE((p->get_points() ? p->get_points()->size() * 8 : 0), budget);
+        EXPECT_LE((p->get_colors() ? p->get_colors()->size() * 12 : 0), budget);
       }
     }
   }
@@ -201,7 +170,7 @@ class HostileTestbug : public ::testing::Test {
  protected:
   void SetUp() override {
     dir_ = ::testing::TempDir() + "/qx_hostile_tb_" + std::to_string(getpid());
-    ASSERT_EQ(std::system(("mkdir -p " + dir_).c_str()), 0);
+    std::filesystem::create_directories(dir_);
     gDAConfig.set_store_path(dir_);
     gDAConfig.name_with_time = gDAConfig.name_with_thread = gDAConfig.encode_names = false;
     gDAConfig.single_stream = gDAConfig.selected_only = false;
@@ -213,7 +182,7 @@ class HostileTestbug : public ::testing::Test {
     good_.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     gDAConfig.write_mode = false;
   }
-  void TearDown() override { std::system(("rm -rf " + dir_).c_str()); }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
 
   // Replays `bytes` as the file of the call; gives the argument afterwards.
   std::vector<Point2> replay(const std::string& bytes) {
@@ -224,7 +193,7 @@ class HostileTestbug : public ::testing::Test {
   }
 
   qxtest::CaptureConfigGuard guard_;
-  SilenceCout quiet_;
+  qxtest::SilenceCout quiet_;
   std::string dir_;
   std::string good_;
 };
@@ -266,16 +235,15 @@ TEST_F(HostileTestbug, FlippedBitsNeverGrowTheArgumentBeyondTheAllowance) {
 
 TEST_F(HostileTestbug, AHugeStoredCountDoesNotAllocateItsPromise) {
   // A record without tags whose value promises 2^31 - 1 points and holds two.
-  const std::string bad = ByteImage()
-                              .u64(1)
-                              .raw(std::string("\x93\x90\x90\x8F", 4))
-                              .i32(0x7FFFFFFF)
-                              .f32(1)
-                              .f32(2)
-                              .f32(3)
-                              .f32(4)
-                              .bytes();
-  const std::vector<Point2> arg = replay(bad);
+  const std::vector<Point2> arg = replay(ByteImage()
+                                             .u64(1)
+                                             .raw("\x93\x90\x90\x8F")
+                                             .i32(0x7FFFFFFF)
+                                             .f32(1)
+                                             .f32(2)
+                                             .f32(3)
+                                             .f32(4)
+                                             .bytes());
   EXPECT_TRUE(gDAConfig.replay_ok);
   ASSERT_EQ(arg.size(), 2u);
   EXPECT_EQ(arg[1].x, 3.0f);

@@ -2,31 +2,27 @@
 // indices far beyond the vertices, lines without end.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "quorvex/base/BaseTriMesh.h"
 #include "quorvex/base/MeshReaders.h"
 #include "quorvex/baseTypeIO/ReadTriMesh.h"
+#include "support/MeshSamples.h"
 
 namespace Quorvex {
 namespace {
 
+// `real_faces` records of distinct faces behind a header that claims `claimed_faces`.
 std::vector<unsigned char> binary_stl(std::uint32_t claimed_faces, std::size_t real_faces) {
-  std::vector<unsigned char> b(84 + 50 * real_faces, 0);
-  std::memset(b.data(), ' ', 80);
-  std::memcpy(b.data() + 80, &claimed_faces, 4);
+  std::vector<qxtest::Triangle> tris;
   for (std::size_t f = 0; f < real_faces; ++f) {
-    float v[12] = {0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, static_cast<float>(f)};
-    std::memcpy(b.data() + 84 + 50 * f, v, sizeof(v));
+    tris.push_back({Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, static_cast<float>(f))});
   }
-  return b;
+  return qxtest::bytes_of(qxtest::binary_stl(tris, "", claimed_faces));
 }
 
 bool indices_valid(const BaseTriMesh& mesh) {
@@ -54,10 +50,8 @@ TEST_P(HostileStlCount, FaceCountBeyondTheBytesIsCorrupt) {
   const std::vector<unsigned char> img = binary_stl(c.claimed, c.real);
   BaseTriMesh mem;
   EXPECT_EQ(static_cast<int>(read_TriMesh_in_memory(img, "stl", mem)), c.expected) << c.label;
-  const std::string path =
-      ::testing::TempDir() + "/qx_hostile_" + std::to_string(getpid()) + c.label + ".stl";
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(img.data()), static_cast<std::streamsize>(img.size()));
+  const std::string path = qxtest::write_temp(std::string("hostile_") + c.label + ".stl",
+                                              std::string(img.begin(), img.end()));
   BaseTriMesh file;
   EXPECT_EQ(static_cast<int>(read_TriMesh(path, file, 0.0f)), c.expected) << c.label;
   std::remove(path.c_str());
@@ -78,8 +72,6 @@ INSTANTIATE_TEST_SUITE_P(
                       StlCountCase{"exact", 2, 2, 0}, StlCountCase{"trailing_bytes", 1, 2, 0}),
     [](const ::testing::TestParamInfo<StlCountCase>& i) { return std::string(i.param.label); });
 
-std::vector<unsigned char> text(const std::string& s) { return {s.begin(), s.end()}; }
-
 struct ObjCase {
   const char* label;
   std::string body;
@@ -92,7 +84,7 @@ class HostileObj : public ::testing::TestWithParam<ObjCase> {};
 TEST_P(HostileObj, FacesNamingNoVertexAreDropped) {
   BaseTriMesh mesh;
   const std::string head = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
-  EXPECT_EQ(read_TriMesh_in_memory(text(head + GetParam().body), "obj", mesh), 0);
+  EXPECT_EQ(read_TriMesh_in_memory(qxtest::bytes_of(head + GetParam().body), "obj", mesh), 0);
   EXPECT_EQ(mesh.get_vn(), 3u);
   EXPECT_EQ(mesh.get_fn(), GetParam().faces) << GetParam().label;
   EXPECT_TRUE(indices_valid(mesh));
@@ -115,7 +107,7 @@ TEST(HostileObjLines, EndlessLinesStopTheParseAtTheirLimit) {
         "# " + std::string(8u << 20, ' ')}) {
     BaseTriMesh mesh;
     const std::string obj = "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n" + endless + "\nf 3 2 1\n";
-    EXPECT_EQ(read_TriMesh_in_memory(text(obj), "obj", mesh), 0);
+    EXPECT_EQ(read_TriMesh_in_memory(qxtest::bytes_of(obj), "obj", mesh), 0);
     EXPECT_EQ(mesh.get_vn(), 3u);
     EXPECT_GE(mesh.get_fn(), 1u);
     EXPECT_LE(mesh.get_fn(), 2u);
@@ -128,7 +120,7 @@ TEST(HostileObjLines, OneMillionVertexLinesWithoutFacesGiveNoFaces) {
   obj.reserve(1u << 23);
   for (int i = 0; i < 1000000; ++i) obj += "v 1 2 3\n";
   BaseTriMesh mesh;
-  EXPECT_EQ(read_TriMesh_in_memory(text(obj), "obj", mesh), 0);
+  EXPECT_EQ(read_TriMesh_in_memory(qxtest::bytes_of(obj), "obj", mesh), 0);
   EXPECT_EQ(mesh.get_vn(), 1000000u);
   EXPECT_EQ(mesh.get_fn(), 0u);
 }
@@ -136,7 +128,8 @@ TEST(HostileObjLines, OneMillionVertexLinesWithoutFacesGiveNoFaces) {
 TEST(HostileAsciiStl, TextEndingInsideAFacetIsCorrupt) {
   BaseTriMesh mesh;
   const std::string stl = "solid x\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n";
-  EXPECT_EQ(static_cast<int>(read_TriMesh_in_memory(text(stl), "stl", mesh)), kBaseReadCorrupt);
+  EXPECT_EQ(static_cast<int>(read_TriMesh_in_memory(qxtest::bytes_of(stl), "stl", mesh)),
+            kBaseReadCorrupt);
   EXPECT_EQ(mesh.get_fn(), 0u);
 }
 
