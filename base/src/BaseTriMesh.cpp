@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "TriangleNormals.h"
+
 namespace Quorvex {
 
 Cloud::~Cloud() = default;
@@ -20,7 +22,11 @@ void Cloud::enable_vColor() {
 
 BaseTriMesh::~BaseTriMesh() = default;
 
-Vector3f triangle_unit_normal(const Vector3f& a, const Vector3f& b, const Vector3f& c) {
+namespace {
+
+// One definition of the arithmetic, inlined both into the single-face form and into the loop
+// over many faces, so that both give the same bits.
+inline Vector3f unit_normal(const Vector3f& a, const Vector3f& b, const Vector3f& c) {
   const Vector3f n = (b - a).cross(c - a);
   const float len2 = n.squaredNorm();
   // Squared lengths in this range lose nothing to underflow or overflow: normalise in float.
@@ -33,6 +39,20 @@ Vector3f triangle_unit_normal(const Vector3f& a, const Vector3f& b, const Vector
   const double len = nd.norm();
   if (!(len > 0.0) || !std::isfinite(len)) return Vector3f::Zero();
   return (nd / len).cast<float>();
+}
+
+}  // namespace
+
+Vector3f triangle_unit_normal(const Vector3f& a, const Vector3f& b, const Vector3f& c) {
+  return unit_normal(a, b, c);
+}
+
+void triangle_unit_normals(const Vector3f* corners, std::size_t faces, Vector3f* normals) {
+  // Inlined here, the faces' chains of dependent steps (differences, cross product, length,
+  // root, division) overlap one another instead of running one call after the other.
+  for (std::size_t f = 0; f < faces; ++f) {
+    normals[f] = unit_normal(corners[3 * f], corners[3 * f + 1], corners[3 * f + 2]);
+  }
 }
 
 Vector3f BaseTriMesh::normal_of(const BaseTriFace& f) const {

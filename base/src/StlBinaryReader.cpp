@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "StlParse.h"
+#include "TriangleNormals.h"
 #include "VertexWelder.h"
 #include "quorvex/base/MeshReaders.h"
 
@@ -26,12 +27,6 @@ std::uint32_t load_le32(const unsigned char* p) {
 
 VertexWelder::Key load_vertex_key(const unsigned char* p) {
   return VertexWelder::Key{{load_le32(p), load_le32(p + 4), load_le32(p + 8)}};
-}
-
-Vector3f point_of(const VertexWelder::Key& k) {
-  Vector3f p;
-  std::memcpy(p.data(), k.bits, sizeof(k.bits));
-  return p;
 }
 
 }  // namespace
@@ -65,9 +60,14 @@ namespace {
 
 // Keys of one batch of faces, loaded (and their table slots prefetched) one batch ahead of
 // the welding, so that the fetches overlap the work on the batch before.
+// The face normals are computed from the records' own corners here too: the welded vertices
+// carry the same bits, so these are the normals the mesh would compute, without a second
+// pass that gathers every corner again.
 struct KeyBatch {
   VertexWelder::Key keys[3 * kBatchFaces];
   std::uint64_t hashes[3 * kBatchFaces];
+  Vector3f corners[3 * kBatchFaces];
+  Vector3f normals[kBatchFaces];
   std::size_t faces = 0;
 
   void load(const unsigned char* records, std::size_t count, const VertexWelder& welder) {
@@ -77,7 +77,9 @@ struct KeyBatch {
       keys[k] = load_vertex_key(records + (k / 3) * kStlFaceBytes + 12 + (k % 3) * 12);
       hashes[k] = VertexWelder::hash_of(keys[k]);
       if (!welder.is_recent(keys[k], hashes[k])) welder.prefetch(hashes[k]);
+      std::memcpy(corners[k].data(), keys[k].bits, sizeof(keys[k].bits));
     }
+    triangle_unit_normals(corners, count, normals);
   }
 };
 
@@ -105,8 +107,7 @@ bool StlBinaryFaces::add_records(const unsigned char* records, std::size_t count
         }
       }
       faces_.emplace_back(corner[0], corner[1], corner[2]);
-      const VertexWelder::Key* k = &b.keys[3 * f];
-      normals_.push_back(triangle_unit_normal(point_of(k[0]), point_of(k[1]), point_of(k[2])));
+      normals_.push_back(b.normals[f]);
     }
   }
   return true;

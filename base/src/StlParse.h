@@ -42,10 +42,7 @@ class StlBinaryFaces {
  private:
   VertexWelder welder_;
   std::vector<BaseTriFace> faces_;
-  // Computed from the records' own corners while they are at hand: the welded vertices
-  // carry the same bits, so these are the normals the mesh would compute, without a
-  // second pass that gathers every corner again.
-  std::vector<Vector3f> normals_;
+  std::vector<Vector3f> normals_;  // computed from the records while they are welded
 };
 
 // ASCII text; `total_bytes` (0 when unknown) scales the progress.

@@ -336,13 +336,14 @@ class RecordingMesh : public BaseTriMesh {
 
 // A plain mesh takes the welded sequences over without the virtual calls; a derived one
 // gets them through its overrides. Both must end with the same vertices, faces and normals,
-// degenerate and -0.0 corners included, whatever the mesh held before.
+// degenerate, tiny, huge and -0.0 corners included, whatever the mesh held before.
 TEST(StlBinaryStoreTest, PlainAndDerivedMeshesHoldTheSameContent) {
   const std::vector<Triangle> tris = {
       {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)},
       {Vector3f(1, 0, 0), Vector3f(1, 1, 0), Vector3f(0, 1, 0)},
       {Vector3f(-0.0f, 0, 0), Vector3f(2, 2, 2), Vector3f(2, 2, 2)},
-      {Vector3f(0, 0, 1e-20f), Vector3f(1e-20f, 0, 0), Vector3f(0, 1e-20f, 0)}};
+      {Vector3f(0, 0, 1e-20f), Vector3f(1e-20f, 0, 0), Vector3f(0, 1e-20f, 0)},
+      {Vector3f(1e20f, 0, 0), Vector3f(0, 1e20f, 0), Vector3f(0, 0, 1e20f)}};
   const std::string bytes = binary_stl(tris);
   const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
 
@@ -359,7 +360,7 @@ TEST(StlBinaryStoreTest, PlainAndDerivedMeshesHoldTheSameContent) {
   EXPECT_EQ(vertices_of(plain), vertices_of(derived));
   EXPECT_EQ(faces_of(plain), faces_of(derived));
   ASSERT_EQ(plain.get_fn(), tris.size());
-  ASSERT_EQ(plain.get_vn(), 9u);  // -0.0 stays apart from 0.0
+  ASSERT_EQ(plain.get_vn(), 12u);  // -0.0 stays apart from 0.0
   for (std::size_t f = 0; f < plain.get_fn(); ++f) {
     EXPECT_EQ(plain.get_fNrv(f), derived.get_fNrv(f)) << "face " << f;
   }
