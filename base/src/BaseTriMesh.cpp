@@ -109,10 +109,8 @@ void BaseTriMesh::add_face(const BaseTriFace& face) {
 }
 
 void BaseTriMesh::take_content(std::vector<Vector3f>&& coords, std::vector<BaseTriFace>&& faces) {
-  coords_ = std::move(coords);
-  colors_.assign(color_enabled_ ? coords_.size() : 0, Vector3f::Zero());
-  faces_ = std::move(faces);
-  normals_.resize(faces_.size());
+  std::vector<Vector3f> normals(faces.size());
+  take_content(std::move(coords), std::move(faces), std::move(normals));
   for (std::size_t i = 0; i < faces_.size(); ++i) normals_[i] = normal_of(faces_[i]);
 }
 

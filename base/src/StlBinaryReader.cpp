@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <typeinfo>
-#include <utility>
 #include <vector>
 
 #include "StlParse.h"
@@ -49,11 +47,7 @@ StlBinaryFaces::StlBinaryFaces(std::size_t face_count) : welder_(face_count / 2 
 }
 
 void StlBinaryFaces::store(BaseTriMesh& mesh) {
-  if (typeid(mesh) == typeid(BaseTriMesh)) {
-    mesh.take_content(std::move(welder_.vertices()), std::move(faces_), std::move(normals_));
-    return;
-  }
-  store_welded_mesh(mesh, welder_.vertices(), faces_);
+  store_welded_mesh(mesh, welder_.vertices(), faces_, &normals_);
 }
 
 namespace {

@@ -96,9 +96,13 @@ void VertexWelder::grow() {
 namespace Quorvex {
 
 void store_welded_mesh(BaseTriMesh& mesh, std::vector<Vector3f>& vertices,
-                       std::vector<BaseTriFace>& faces) {
+                       std::vector<BaseTriFace>& faces, std::vector<Vector3f>* normals) {
   if (typeid(mesh) == typeid(BaseTriMesh)) {
-    mesh.take_content(std::move(vertices), std::move(faces));
+    if (normals != nullptr) {
+      mesh.take_content(std::move(vertices), std::move(faces), std::move(*normals));
+    } else {
+      mesh.take_content(std::move(vertices), std::move(faces));
+    }
     return;
   }
   mesh.clear();

@@ -102,8 +102,10 @@ namespace Quorvex {
 
 // Replaces the mesh's content with welded vertices and their faces, which are consumed.
 // A class derived from BaseTriMesh sees it through its own virtual operations (clear,
-// set_vCoords, set_faces); a plain BaseTriMesh takes both sequences over without a copy.
+// set_vCoords, set_faces); a plain BaseTriMesh takes both sequences over without a copy,
+// and the face normals too when the caller has computed them (one per face, as the mesh
+// would), instead of computing them again.
 void store_welded_mesh(BaseTriMesh& mesh, std::vector<Vector3f>& vertices,
-                       std::vector<BaseTriFace>& faces);
+                       std::vector<BaseTriFace>& faces, std::vector<Vector3f>* normals = nullptr);
 
 }  // namespace Quorvex
