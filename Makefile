@@ -14,10 +14,11 @@ CMAKE_FLAGS ?=
 export CCACHE_BASEDIR := $(CURDIR)
 MAKEFLAGS += --no-print-directory
 
-.PHONY: all deps configure build test demo install bench fuzz test-sanitize clean
+.PHONY: all deps configure build test demo install bench fuzz test-sanitize coverage clean
 
 ASAN_DIR    ?= build-asan
 TSAN_DIR    ?= build-tsan
+COV_DIR     ?= build-cov
 FUZZ_SECONDS ?= 60
 
 all: build
@@ -81,5 +82,10 @@ fuzz: deps
 	@cmake --build $(ASAN_DIR) -j $(JOBS) --target fuzz_targets
 	@scripts/run-fuzz.sh $(ASAN_DIR)/fuzz $(FUZZ_SECONDS) $(JOBS)
 
+# Line coverage of the libraries by the whole suite (gcc --coverage, reported by gcovr).
+coverage: deps
+	@scripts/install-deps.sh gcovr
+	@JOBS=$(JOBS) scripts/coverage.sh $(COV_DIR) . --print-summary
+
 clean:
-	@rm -rf $(BUILD_DIR) $(BENCH_DIR) $(ASAN_DIR) $(TSAN_DIR) out
+	@rm -rf $(BUILD_DIR) $(BENCH_DIR) $(ASAN_DIR) $(TSAN_DIR) $(COV_DIR) out
