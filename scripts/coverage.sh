@@ -16,5 +16,7 @@ cmake -S "$root" -B "$build_dir" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS="--c
 cmake --build "$build_dir" -j "${JOBS:-2}"
 find "$build_dir" -name '*.gcda' -delete
 (cd "$build_dir" && ctest -j "${JOBS:-2}" -L "$regex" -E '^package_consumer$' --output-on-failure)
-gcovr -r "$root" "$build_dir" --filter "$root/src/" --filter "$root/base/src/" \
+# Threads of the concurrency tests update the counters without locks, so a count may be
+# torn; the lines reached are still right.
+gcovr -r "$root" "$build_dir" --gcov-ignore-parse-errors --filter "$root/src/" --filter "$root/base/src/" \
   --filter "$root/include/" --filter "$root/base/include/" "$@"
