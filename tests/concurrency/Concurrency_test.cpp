@@ -1,0 +1,278 @@
+// Work that may run side by side: every worker must end exactly where a lone call ends.
+// get_area_loop and is_widdershins are left out: their OpenMP region runs on the runtime's
+// own threads, which ThreadSanitizer cannot see synchronise and reports falsely.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "quorvex/base/DataArchiveConfig.h"
+#include "quorvex/baseType/Entity.h"
+#include "quorvex/baseTypeIO/GCode.h"
+#include "quorvex/baseTypeIO/MeshMemoryIO.h"
+#include "quorvex/baseTypeIO/ReadTriMesh.h"
+#include "quorvex/capture/TestBug.h"
+#include "quorvex/fill/FillLine.h"
+#include "quorvex/fill/FillLineOrder.h"
+#include "quorvex/planeGeometry/QEMSimp.h"
+#include "quorvex/planeGeometry/SimplifyDP.h"
+#include "quorvex/planeGeometry/SimplifyDistance.h"
+#include "quorvex/polygon/Clipper.h"
+#include "quorvex/polygon/PolyTree.h"
+#include "support/CaptureConfigGuard.h"
+#include "support/MeshSamples.h"
+#include "support/ModelSamples.h"
+
+namespace Quorvex {
+bool operator==(const Point2& a, const Point2& b) { return a.x == b.x && a.y == b.y; }
+
+namespace {
+
+using Pts = std::vector<Point2>;
+using ConstLoops = std::vector<std::shared_ptr<Point2Vector const>>;
+using Loops = std::vector<std::shared_ptr<Point2Vector>>;
+
+constexpr int kThreads = 4;  // overlap on two cores, few enough for ThreadSanitizer
+
+// Worker i computes run(i) alone, then `rounds` times on its own thread side by side with the
+// others, and must end where it ended alone. Gives the lone results, to check their worth.
+template <class F>
+auto expect_same_together(F run, int rounds = 1) {
+  std::vector<decltype(run(0))> alone, got(kThreads);
+  for (int i = 0; i < kThreads; ++i) alone.push_back(run(i));
+  std::atomic<int> ready{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&, i] {
+      ready.fetch_add(1);
+      while (ready.load() < kThreads) std::this_thread::yield();  // start together
+      for (int r = 0; r < rounds; ++r) got[i] = run(i);
+    });
+  }
+  for (std::thread& t : threads) t.join();
+  for (int i = 0; i < kThreads; ++i) EXPECT_TRUE(got[i] == alone[i]) << "worker " << i;
+  return alone;
+}
+
+template <class L>
+std::vector<Pts> flat(const std::vector<L>& loops) {
+  std::vector<Pts> out;
+  for (const auto& l : loops) out.emplace_back(l->begin(), l->end());
+  return out;
+}
+
+// A star-like loop of `n` vertices around (cx, cy): plenty of work for the simplifiers.
+std::shared_ptr<Point2Vector> wavy_loop(int n, float cx, float cy, float r) {
+  auto p = std::make_shared<Point2Vector>();
+  for (int i = 0; i < n; ++i) {
+    const float a = 6.2831853f * i / n;
+    const float rr = r * (1.0f + 0.1f * std::sin(7.0f * a)) + 0.01f * (i % 3);
+    p->emplace_back(cx + rr * std::cos(a), cy + rr * std::sin(a));
+  }
+  return p;
+}
+
+TEST(ConcurrencyClipper, IndependentObjectsOnSharedLoops) {
+  const ConstLoops subject = {wavy_loop(400, 0, 0, 50),
+                              qxtest::hole_rect(-10, -10, 10, 10)->get_points()};
+  const ConstLoops clip = {wavy_loop(300, 30, 10, 40)};
+  const ClipType types[kThreads] = {ctIntersection, ctUnion, ctDifference, ctXor};
+  const auto alone = expect_same_together(
+      [&](int i) {  // a boolean, an offset of its result and a tree: all the state changes
+        Clipper c;
+        c.set_paths(subject, ptSubject);
+        c.set_paths(clip, ptClip);
+        c.execute(types[i], pftNonZero, pftNonZero, 0, true);
+        c.set_result_as_subject();
+        c.offset(-1.5f, jtRound, etClosedPolygon, 2.0f, 2.5e5f, true);
+        Loops out;
+        c.get_result(out, true);
+        PolyTreeEx tree;
+        c.set_result_as_subject();
+        c.set_paths(clip, ptClip);
+        c.execute(ctUnion, tree, pftNonZero, pftNonZero, 0);
+        return flat(out);
+      },
+      3);
+  for (const auto& out : alone) EXPECT_FALSE(out.empty());
+}
+
+TEST(ConcurrencyFill, FillLinesAndTheirOrderOnOneSharedRegion) {
+  const ConstLoops region = {wavy_loop(500, 0, 0, 60),
+                             qxtest::hole_rect(-10, -10, 10, 10)->get_points()};
+  const auto alone = expect_same_together([&](int i) {
+    Loops lines, sorted, linked;
+    const float angle = 15.0f * static_cast<float>(i);
+    EXPECT_EQ(get_fill_line_from_loops(region, lines, 0.8f, angle, 0.5f, false), RETVAL_OK);
+    EXPECT_EQ(sort_discontinued_fill_line(ConstLoops(lines.begin(), lines.end()), sorted, 2, 0.8f),
+              RETVAL_OK);
+    EXPECT_EQ(get_fill_line_from_loops(region, linked, 0.8f, angle, 0.5f, true), RETVAL_OK);
+    return std::vector<std::vector<Pts>>{flat(lines), flat(sorted), flat(linked)};
+  });
+  for (const auto& out : alone) EXPECT_GT(out[0].size(), 50u);
+}
+
+TEST(ConcurrencySimplify, EverySimplifierOnItsOwnCopy) {
+  const Point2Vector source = *wavy_loop(2000, 5, 5, 80);
+  const auto alone = expect_same_together([&](int i) {
+    Pts loop = source;
+    auto path = qxtest::make_path(source);
+    auto colours = std::make_shared<ColorVector>();
+    for (std::size_t k = 0; k < source.size(); ++k) colours->emplace_back(k < 700, 0.5f, 0.0f);
+    path->set_colors(colours);
+    if (i == 0) get_simplified_loop_DP(loop, 0.05f);
+    if (i == 1) get_simplified_loop_DP(loop, 0.05f, 3.0f);  // the form with a capture hook
+    if (i == 2) get_simplified_loop(loop, 0.2f);
+    if (i == 3) get_QEM_simplified_loop(loop, 0.05f);
+    if (i % 2 == 0) get_simplified_path_with_colour(path, 0.2f, 0.1f);
+    if (i % 2 == 1) get_QEM_simplified_loop_with_colour(path, 0.05f, 0.1f);
+    return std::vector<Pts>{loop, *path->get_points()};
+  });
+  for (const auto& out : alone) {
+    EXPECT_TRUE(out[0].size() >= 3 && out[0].size() < source.size());
+    EXPECT_LT(out[1].size(), source.size());
+  }
+}
+
+// `regions` squares in a row, each with a hole, a fill stroke and a thin-wall stroke.
+std::shared_ptr<Layer> make_layer(int id, float z, int regions) {
+  auto layer = std::make_shared<Layer>();
+  layer->set_id(id);
+  layer->set_z(z);
+  layer->set_thickness(0.2f);
+  for (float x = 0; x < 30.0f * regions; x += 30) {
+    layer->add_boundary_path(qxtest::outer_rect(x, 0, x + 20, 20));
+    layer->add_boundary_path(qxtest::hole_rect(x + 8, 8, x + 12, 12));
+    layer->add_fill_path(qxtest::make_path({{x + 1, 1}, {x + 7, 1}}, PATH_TYPE_FILL_SEGMENTS_0));
+    layer->add_thinWalledFill_path(
+        qxtest::make_path({{x + 20, 5}, {x + 25, 5}}, PATH_TYPE_FILL_OTHER));
+  }
+  for (auto* list : qxtest::path_lists(*layer)) {
+    for (auto& p : *list) {
+      p->set_z(z);
+      p->set_width(0.4f);
+    }
+  }
+  return layer;
+}
+
+std::shared_ptr<Entity> make_entity(int layers, int regions, float z0) {
+  auto e = std::make_shared<Entity>();
+  for (int i = 0; i < layers; ++i) e->add_layer(make_layer(i, z0 + 0.2f * i, regions));
+  return e;
+}
+
+std::vector<std::vector<int>> ids_of(const Layer& l) {
+  return {qxtest::ids_of(l.get_boundary_paths()), qxtest::ids_of(l.get_fill_paths()),
+          qxtest::ids_of(l.get_thinWalledFill_paths())};
+}
+
+TEST(ConcurrencyGCode, ObjectsOnOneConstModel) {
+  const std::shared_ptr<const Entity> model = make_entity(6, 3, 0.2f);
+  const auto alone = expect_same_together(
+      [&](int) {
+        GCode g(3, {STRUCTURE_BOUNDARY, STRUCTURE_EXTRA_SHELL, STRUCTURE_FILL, STRUCTURE_SUPPORT,
+                    STRUCTURE_RAFT});
+        EXPECT_EQ(g.get_gcode_from_entity(*model), RETVAL_OK);
+        return g.get_outputs();
+      },
+      3);
+  EXPECT_EQ(alone[0].size(), 6u);
+}
+
+// Numbering of different layers, and merges of the same sources with their per-call state.
+TEST(ConcurrencyLayers, NumberingAndMergingDifferentLayers) {
+  const std::vector<std::shared_ptr<Entity const>> sources = {
+      make_entity(8, 3, 0.2f), make_entity(5, 2, 0.2f), make_entity(4, 4, 0.3f)};
+  const auto alone = expect_same_together([&](int) {
+    auto layer = make_layer(0, 0.2f, 5);
+    EXPECT_TRUE(layer->number_region());
+    auto merged = std::make_shared<Entity>();
+    EXPECT_EQ(Entity::merge_entities(sources, merged), RETVAL_OK);
+    std::vector<std::pair<float, std::vector<std::vector<int>>>> layers = {{0, ids_of(*layer)}};
+    for (const auto& l : merged->get_layers()) layers.emplace_back(l->get_z(), ids_of(*l));
+    return layers;
+  });
+  EXPECT_EQ(alone[0][0].second[0][2], 1);  // the outer loop of the second square
+  EXPECT_GT(alone[0].size(), 9u);
+}
+
+TEST(ConcurrencyMeshReaders, ReadersIntoDifferentMeshes) {
+  std::ostringstream obj;  // a 30 x 30 grid of quads
+  for (int v = 0; v < 31 * 31; ++v) obj << "v " << v % 31 << ' ' << v / 31 << ' ' << v % 3 << '\n';
+  for (int a = 1; a < 31 * 30; ++a) {
+    if (a % 31 != 0) obj << "f " << a << ' ' << a + 1 << ' ' << a + 32 << ' ' << a + 31 << '\n';
+  }
+  BaseTriMesh grid;
+  ASSERT_EQ(read_TriMesh_in_memory(qxtest::bytes_of(obj.str()), "obj", grid), 0);
+  ASSERT_EQ(grid.get_fn(), 2u * 30 * 30);
+  std::vector<unsigned char> stl;
+  ASSERT_EQ(write_TriMesh_to_memory(stl, grid), 0);
+  const std::vector<std::pair<std::string, std::vector<unsigned char>>> inputs = {
+      {qxtest::write_temp("conc_grid.obj", obj.str()), qxtest::bytes_of(obj.str())},
+      {qxtest::write_temp("conc_grid.stl", std::string(stl.begin(), stl.end())), stl}};
+  expect_same_together([&](int i) {
+    const auto& in = inputs[static_cast<std::size_t>(i % 2)];
+    BaseTriMesh memory, file;
+    EXPECT_EQ(read_TriMesh_in_memory(in.second, i % 2 ? "stl" : "obj", memory), 0);
+    EXPECT_EQ(read_TriMesh(in.first, file, 0.0f), 0);
+    const auto got = std::make_pair(qxtest::vertices_of(memory), qxtest::faces_of(memory));
+    EXPECT_TRUE(got == std::make_pair(qxtest::vertices_of(file), qxtest::faces_of(file)));
+    return got;
+  });
+  for (const auto& in : inputs) std::remove(in.first.c_str());
+}
+
+// Records of the shared capture stream written from several threads are whole, and each
+// thread's come in its order, byte for byte as when the threads write one after the other.
+TEST(ConcurrencyCaptureStream, RecordsFromSeveralThreadsNeverInterleave) {
+  qxtest::CaptureConfigGuard guard;
+  const std::string path = ::testing::TempDir() + "/qx_conc_" + std::to_string(getpid());
+  gDAConfig.stream.open(path, std::ios::out | std::ios::binary | std::ios::trunc);
+  ASSERT_TRUE(gDAConfig.stream.is_open());
+  gDAConfig.single_stream = gDAConfig.enabled = true;
+  constexpr int kCalls = 25;
+  expect_same_together([](int thread) {
+    const std::string name = "ConcurrencyCall" + std::to_string(thread);
+    for (int k = 0; k < kCalls; ++k) {  // sizes up to beyond the element-wise limit
+      Pts loop(static_cast<std::size_t>(std::vector<int>{0, 3, 17, 1001, 250}[k % 5]));
+      for (std::size_t j = 0; j < loop.size(); ++j) loop[j] = Point2(thread, k * 10000.0f + j);
+      capture_parameter(name.c_str(), loop, "loop");
+    }
+    return 0;
+  });
+  gDAConfig.enabled = false;
+  gDAConfig.stream.close();
+  std::ifstream in(path, std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::remove(path.c_str());
+  std::vector<std::string> records;  // split by the leading size of each record
+  for (std::uint64_t at = 0, size = 0; at < bytes.size(); at += size) {
+    std::memcpy(&size, bytes.data() + at, std::min<std::size_t>(8, bytes.size() - at));
+    ASSERT_TRUE(size >= 8 && size <= bytes.size() - at) << "record " << records.size();
+    records.push_back(bytes.substr(at, size));
+  }
+  // The first half is from the threads one after the other, the second from all together.
+  ASSERT_EQ(records.size(), std::size_t{2 * kThreads * kCalls});
+  int next[kThreads] = {};
+  for (std::size_t r = kThreads * kCalls; r < records.size(); ++r) {
+    int t = 0;
+    while (t < kThreads && (next[t] == kCalls || records[r] != records[t * kCalls + next[t]])) ++t;
+    ASSERT_LT(t, kThreads) << "record " << r << " is no thread's next call";
+    ++next[t];
+  }
+}
+
+}  // namespace
+}  // namespace Quorvex
