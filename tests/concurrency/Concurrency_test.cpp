@@ -1,6 +1,5 @@
-// Work that may run side by side: every worker must end exactly where a lone call ends.
-// get_area_loop and is_widdershins are left out: their OpenMP region runs on the runtime's
-// own threads, which ThreadSanitizer cannot see synchronise and reports falsely.
+// Work that may run side by side. get_area_loop and is_widdershins are left out: their OpenMP
+// region runs on the runtime's own threads, which ThreadSanitizer cannot see synchronise.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -45,10 +44,10 @@ using Loops = std::vector<std::shared_ptr<Point2Vector>>;
 
 constexpr int kThreads = 4;  // overlap on two cores, few enough for ThreadSanitizer
 
-// Worker i computes run(i) alone, then `rounds` times on its own thread side by side with the
-// others, and must end where it ended alone. Gives the lone results, to check their worth.
+// Worker i computes run(i) alone, then again on its own thread side by side with the others,
+// and must end where it ended alone. Gives the lone results, to check that they are worth it.
 template <class F>
-auto expect_same_together(F run, int rounds = 1) {
+auto expect_same_together(F run) {
   std::vector<decltype(run(0))> alone, got(kThreads);
   for (int i = 0; i < kThreads; ++i) alone.push_back(run(i));
   std::atomic<int> ready{0};
@@ -57,7 +56,7 @@ auto expect_same_together(F run, int rounds = 1) {
     threads.emplace_back([&, i] {
       ready.fetch_add(1);
       while (ready.load() < kThreads) std::this_thread::yield();  // start together
-      for (int r = 0; r < rounds; ++r) got[i] = run(i);
+      got[i] = run(i);
     });
   }
   for (std::thread& t : threads) t.join();
@@ -72,7 +71,6 @@ std::vector<Pts> flat(const std::vector<L>& loops) {
   return out;
 }
 
-// A star-like loop of `n` vertices around (cx, cy): plenty of work for the simplifiers.
 std::shared_ptr<Point2Vector> wavy_loop(int n, float cx, float cy, float r) {
   auto p = std::make_shared<Point2Vector>();
   for (int i = 0; i < n; ++i) {
@@ -84,34 +82,30 @@ std::shared_ptr<Point2Vector> wavy_loop(int n, float cx, float cy, float r) {
 }
 
 TEST(ConcurrencyClipper, IndependentObjectsOnSharedLoops) {
-  const ConstLoops subject = {wavy_loop(400, 0, 0, 50),
-                              qxtest::hole_rect(-10, -10, 10, 10)->get_points()};
+  const ConstLoops subject = {wavy_loop(400, 0, 0, 50), wavy_loop(100, 0, 0, 10)};
   const ConstLoops clip = {wavy_loop(300, 30, 10, 40)};
   const ClipType types[kThreads] = {ctIntersection, ctUnion, ctDifference, ctXor};
-  const auto alone = expect_same_together(
-      [&](int i) {  // a boolean, an offset of its result and a tree: all the state changes
-        Clipper c;
-        c.set_paths(subject, ptSubject);
-        c.set_paths(clip, ptClip);
-        c.execute(types[i], pftNonZero, pftNonZero, 0, true);
-        c.set_result_as_subject();
-        c.offset(-1.5f, jtRound, etClosedPolygon, 2.0f, 2.5e5f, true);
-        Loops out;
-        c.get_result(out, true);
-        PolyTreeEx tree;
-        c.set_result_as_subject();
-        c.set_paths(clip, ptClip);
-        c.execute(ctUnion, tree, pftNonZero, pftNonZero, 0);
-        return flat(out);
-      },
-      3);
-  for (const auto& out : alone) EXPECT_FALSE(out.empty());
+  expect_same_together([&](int i) {  // a boolean, an offset and a tree: all the state changes
+    Clipper c;
+    c.set_paths(subject, ptSubject);
+    c.set_paths(clip, ptClip);
+    c.execute(types[i], pftNonZero, pftNonZero, 0, true);
+    c.set_result_as_subject();
+    c.offset(-1.5f, jtRound, etClosedPolygon, 2.0f, 2.5e5f, true);
+    Loops out;
+    c.get_result(out, true);
+    PolyTreeEx tree;
+    c.set_result_as_subject();
+    c.set_paths(clip, ptClip);
+    c.execute(ctUnion, tree, pftNonZero, pftNonZero, 0);
+    return flat(out);
+  });
 }
 
 TEST(ConcurrencyFill, FillLinesAndTheirOrderOnOneSharedRegion) {
   const ConstLoops region = {wavy_loop(500, 0, 0, 60),
-                             qxtest::hole_rect(-10, -10, 10, 10)->get_points()};
-  const auto alone = expect_same_together([&](int i) {
+                             qxtest::hole_rect(-9, -9, 9, 9)->get_points()};
+  expect_same_together([&](int i) {
     Loops lines, sorted, linked;
     const float angle = 15.0f * static_cast<float>(i);
     EXPECT_EQ(get_fill_line_from_loops(region, lines, 0.8f, angle, 0.5f, false), RETVAL_OK);
@@ -120,17 +114,14 @@ TEST(ConcurrencyFill, FillLinesAndTheirOrderOnOneSharedRegion) {
     EXPECT_EQ(get_fill_line_from_loops(region, linked, 0.8f, angle, 0.5f, true), RETVAL_OK);
     return std::vector<std::vector<Pts>>{flat(lines), flat(sorted), flat(linked)};
   });
-  for (const auto& out : alone) EXPECT_GT(out[0].size(), 50u);
 }
 
 TEST(ConcurrencySimplify, EverySimplifierOnItsOwnCopy) {
   const Point2Vector source = *wavy_loop(2000, 5, 5, 80);
-  const auto alone = expect_same_together([&](int i) {
+  expect_same_together([&](int i) {
     Pts loop = source;
     auto path = qxtest::make_path(source);
-    auto colours = std::make_shared<ColorVector>();
-    for (std::size_t k = 0; k < source.size(); ++k) colours->emplace_back(k < 700, 0.5f, 0.0f);
-    path->set_colors(colours);
+    path->set_colors(std::make_shared<ColorVector>(source.size(), Color3f(1, 0.5f, 0)));
     if (i == 0) get_simplified_loop_DP(loop, 0.05f);
     if (i == 1) get_simplified_loop_DP(loop, 0.05f, 3.0f);  // the form with a capture hook
     if (i == 2) get_simplified_loop(loop, 0.2f);
@@ -139,10 +130,6 @@ TEST(ConcurrencySimplify, EverySimplifierOnItsOwnCopy) {
     if (i % 2 == 1) get_QEM_simplified_loop_with_colour(path, 0.05f, 0.1f);
     return std::vector<Pts>{loop, *path->get_points()};
   });
-  for (const auto& out : alone) {
-    EXPECT_TRUE(out[0].size() >= 3 && out[0].size() < source.size());
-    EXPECT_LT(out[1].size(), source.size());
-  }
 }
 
 // `regions` squares in a row, each with a hole, a fill stroke and a thin-wall stroke.
@@ -154,16 +141,11 @@ std::shared_ptr<Layer> make_layer(int id, float z, int regions) {
   for (float x = 0; x < 30.0f * regions; x += 30) {
     layer->add_boundary_path(qxtest::outer_rect(x, 0, x + 20, 20));
     layer->add_boundary_path(qxtest::hole_rect(x + 8, 8, x + 12, 12));
-    layer->add_fill_path(qxtest::make_path({{x + 1, 1}, {x + 7, 1}}, PATH_TYPE_FILL_SEGMENTS_0));
-    layer->add_thinWalledFill_path(
-        qxtest::make_path({{x + 20, 5}, {x + 25, 5}}, PATH_TYPE_FILL_OTHER));
+    layer->add_fill_path(qxtest::stroke({x + 1, 1}));
+    layer->add_thinWalledFill_path(qxtest::stroke({x + 20, 5}, PATH_TYPE_FILL_OTHER));
   }
-  for (auto* list : qxtest::path_lists(*layer)) {
-    for (auto& p : *list) {
-      p->set_z(z);
-      p->set_width(0.4f);
-    }
-  }
+  for (auto* list : qxtest::path_lists(*layer))
+    for (auto& p : *list) p->set_width(0.4f);
   return layer;
 }
 
@@ -180,18 +162,15 @@ std::vector<std::vector<int>> ids_of(const Layer& l) {
 
 TEST(ConcurrencyGCode, ObjectsOnOneConstModel) {
   const std::shared_ptr<const Entity> model = make_entity(6, 3, 0.2f);
-  const auto alone = expect_same_together(
-      [&](int) {
-        GCode g(3, {STRUCTURE_BOUNDARY, STRUCTURE_EXTRA_SHELL, STRUCTURE_FILL, STRUCTURE_SUPPORT,
-                    STRUCTURE_RAFT});
-        EXPECT_EQ(g.get_gcode_from_entity(*model), RETVAL_OK);
-        return g.get_outputs();
-      },
-      3);
-  EXPECT_EQ(alone[0].size(), 6u);
+  expect_same_together([&](int) {
+    GCode g(3, {STRUCTURE_BOUNDARY, STRUCTURE_EXTRA_SHELL, STRUCTURE_FILL, STRUCTURE_SUPPORT,
+                STRUCTURE_RAFT});
+    EXPECT_EQ(g.get_gcode_from_entity(*model), RETVAL_OK);
+    return g.get_outputs();
+  });
 }
 
-// Numbering of different layers, and merges of the same sources with their per-call state.
+// Merges keep their running offset and id map per call.
 TEST(ConcurrencyLayers, NumberingAndMergingDifferentLayers) {
   const std::vector<std::shared_ptr<Entity const>> sources = {
       make_entity(8, 3, 0.2f), make_entity(5, 2, 0.2f), make_entity(4, 4, 0.3f)};
@@ -205,7 +184,6 @@ TEST(ConcurrencyLayers, NumberingAndMergingDifferentLayers) {
     return layers;
   });
   EXPECT_EQ(alone[0][0].second[0][2], 1);  // the outer loop of the second square
-  EXPECT_GT(alone[0].size(), 9u);
 }
 
 TEST(ConcurrencyMeshReaders, ReadersIntoDifferentMeshes) {
@@ -216,26 +194,21 @@ TEST(ConcurrencyMeshReaders, ReadersIntoDifferentMeshes) {
   }
   BaseTriMesh grid;
   ASSERT_EQ(read_TriMesh_in_memory(qxtest::bytes_of(obj.str()), "obj", grid), 0);
-  ASSERT_EQ(grid.get_fn(), 2u * 30 * 30);
   std::vector<unsigned char> stl;
   ASSERT_EQ(write_TriMesh_to_memory(stl, grid), 0);
-  const std::vector<std::pair<std::string, std::vector<unsigned char>>> inputs = {
-      {qxtest::write_temp("conc_grid.obj", obj.str()), qxtest::bytes_of(obj.str())},
-      {qxtest::write_temp("conc_grid.stl", std::string(stl.begin(), stl.end())), stl}};
+  const std::string paths[] = {
+      qxtest::write_temp("conc_grid.obj", obj.str()),
+      qxtest::write_temp("conc_grid.stl", std::string(stl.begin(), stl.end()))};
   expect_same_together([&](int i) {
-    const auto& in = inputs[static_cast<std::size_t>(i % 2)];
-    BaseTriMesh memory, file;
-    EXPECT_EQ(read_TriMesh_in_memory(in.second, i % 2 ? "stl" : "obj", memory), 0);
-    EXPECT_EQ(read_TriMesh(in.first, file, 0.0f), 0);
-    const auto got = std::make_pair(qxtest::vertices_of(memory), qxtest::faces_of(memory));
-    EXPECT_TRUE(got == std::make_pair(qxtest::vertices_of(file), qxtest::faces_of(file)));
-    return got;
+    BaseTriMesh mesh;
+    EXPECT_EQ(read_TriMesh(paths[i % 2], mesh, 0.0f), 0);
+    return std::make_pair(qxtest::vertices_of(mesh), qxtest::faces_of(mesh));
   });
-  for (const auto& in : inputs) std::remove(in.first.c_str());
+  for (const auto& path : paths) std::remove(path.c_str());
 }
 
-// Records of the shared capture stream written from several threads are whole, and each
-// thread's come in its order, byte for byte as when the threads write one after the other.
+// Records of the shared capture stream are whole and each thread's come in its order, byte
+// for byte as when the threads write one after the other.
 TEST(ConcurrencyCaptureStream, RecordsFromSeveralThreadsNeverInterleave) {
   qxtest::CaptureConfigGuard guard;
   const std::string path = ::testing::TempDir() + "/qx_conc_" + std::to_string(getpid());
@@ -252,7 +225,6 @@ TEST(ConcurrencyCaptureStream, RecordsFromSeveralThreadsNeverInterleave) {
     }
     return 0;
   });
-  gDAConfig.enabled = false;
   gDAConfig.stream.close();
   std::ifstream in(path, std::ios::binary);
   const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
