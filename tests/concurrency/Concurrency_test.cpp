@@ -35,12 +35,10 @@
 
 namespace Quorvex {
 bool operator==(const Point2& a, const Point2& b) { return a.x == b.x && a.y == b.y; }
-
 namespace {
 
 using Pts = std::vector<Point2>;
 using ConstLoops = std::vector<std::shared_ptr<Point2Vector const>>;
-using Loops = std::vector<std::shared_ptr<Point2Vector>>;
 
 constexpr int kThreads = 4;  // overlap on two cores, few enough for ThreadSanitizer
 
@@ -92,7 +90,7 @@ TEST(ConcurrencyClipper, IndependentObjectsOnSharedLoops) {
     c.execute(types[i], pftNonZero, pftNonZero, 0, true);
     c.set_result_as_subject();
     c.offset(-1.5f, jtRound, etClosedPolygon, 2.0f, 2.5e5f, true);
-    Loops out;
+    std::vector<std::shared_ptr<Point2Vector>> out;
     c.get_result(out, true);
     PolyTreeEx tree;
     c.set_result_as_subject();
@@ -106,7 +104,7 @@ TEST(ConcurrencyFill, FillLinesAndTheirOrderOnOneSharedRegion) {
   const ConstLoops region = {wavy_loop(500, 0, 0, 60),
                              qxtest::hole_rect(-9, -9, 9, 9)->get_points()};
   expect_same_together([&](int i) {
-    Loops lines, sorted, linked;
+    std::vector<std::shared_ptr<Point2Vector>> lines, sorted, linked;
     const float angle = 15.0f * static_cast<float>(i);
     EXPECT_EQ(get_fill_line_from_loops(region, lines, 0.8f, angle, 0.5f, false), RETVAL_OK);
     EXPECT_EQ(sort_discontinued_fill_line(ConstLoops(lines.begin(), lines.end()), sorted, 2, 0.8f),
@@ -186,22 +184,25 @@ TEST(ConcurrencyLayers, NumberingAndMergingDifferentLayers) {
   EXPECT_EQ(alone[0][0].second[0][2], 1);  // the outer loop of the second square
 }
 
+// Workers 0 and 1 read the OBJ and STL images from memory, 2 and 3 from files.
 TEST(ConcurrencyMeshReaders, ReadersIntoDifferentMeshes) {
-  std::ostringstream obj;  // a 30 x 30 grid of quads
-  for (int v = 0; v < 31 * 31; ++v) obj << "v " << v % 31 << ' ' << v / 31 << ' ' << v % 3 << '\n';
-  for (int a = 1; a < 31 * 30; ++a) {
-    if (a % 31 != 0) obj << "f " << a << ' ' << a + 1 << ' ' << a + 32 << ' ' << a + 31 << '\n';
+  std::ostringstream text;  // a 30 x 30 grid of quads
+  for (int v = 0; v < 31 * 31; ++v) text << "v " << v % 31 << ' ' << v / 31 << ' ' << v % 3 << '\n';
+  for (int a = 1; a < 31 * 30; a += a % 31 == 30 ? 2 : 1) {
+    text << "f " << a << ' ' << a + 1 << ' ' << a + 32 << ' ' << a + 31 << '\n';
   }
+  const std::vector<unsigned char> obj = qxtest::bytes_of(text.str());
   BaseTriMesh grid;
-  ASSERT_EQ(read_TriMesh_in_memory(qxtest::bytes_of(obj.str()), "obj", grid), 0);
+  ASSERT_EQ(read_TriMesh_in_memory(obj, "obj", grid), 0);
   std::vector<unsigned char> stl;
   ASSERT_EQ(write_TriMesh_to_memory(stl, grid), 0);
-  const std::string paths[] = {
-      qxtest::write_temp("conc_grid.obj", obj.str()),
-      qxtest::write_temp("conc_grid.stl", std::string(stl.begin(), stl.end()))};
+  const std::string paths[] = {qxtest::write_temp("conc_grid.obj", text.str()),
+                               qxtest::write_temp("conc_grid.stl", {stl.begin(), stl.end()})};
   expect_same_together([&](int i) {
     BaseTriMesh mesh;
-    EXPECT_EQ(read_TriMesh(paths[i % 2], mesh, 0.0f), 0);
+    EXPECT_EQ(i > 1 ? read_TriMesh(paths[i % 2], mesh, 0.0f)
+                    : read_TriMesh_in_memory(i ? stl : obj, i ? "stl" : "obj", mesh),
+              0);
     return std::make_pair(qxtest::vertices_of(mesh), qxtest::faces_of(mesh));
   });
   for (const auto& path : paths) std::remove(path.c_str());
@@ -235,8 +236,7 @@ TEST(ConcurrencyCaptureStream, RecordsFromSeveralThreadsNeverInterleave) {
     ASSERT_TRUE(size >= 8 && size <= bytes.size() - at) << "record " << records.size();
     records.push_back(bytes.substr(at, size));
   }
-  // The first half is from the threads one after the other, the second from all together.
-  ASSERT_EQ(records.size(), std::size_t{2 * kThreads * kCalls});
+  ASSERT_EQ(records.size(), std::size_t{2 * kThreads * kCalls});  // alone, then together
   int next[kThreads] = {};
   for (std::size_t r = kThreads * kCalls; r < records.size(); ++r) {
     int t = 0;

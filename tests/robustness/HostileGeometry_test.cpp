@@ -5,10 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
-#include <limits>
 #include <memory>
 #include <polyclipping/clipper.hpp>
-#include <string>
 #include <vector>
 
 #include "quorvex/baseType/Path.h"
@@ -74,30 +72,28 @@ TEST(HostileMillionPoints, EveryConsumerEnds) {
 }
 
 // The engine's range: |scaled coordinate| below 0x4000000000000000. Beyond it the engine
-// throws, and the stateless helpers, which scale in double by the same 1e7, share the limit.
+// throws (its message is pinned by the Clipper tests), and the stateless helpers, which
+// scale in double by the same 1e7, share the limit.
 TEST(HostileRange, TheEngineRefusesBeyondItsRangeWithItsException) {
-  for (float x : {4.0e11f, 4.7e11f, -4.7e11f, std::numeric_limits<float>::quiet_NaN()}) {
+  for (float x : {4.0e11f, 4.7e11f}) {
     const ConstLoops loops = {loop({0, 0, 10, 0, 10, 10, 0, 10}),
                               loop({x, 0, x + 1, 0, x + 1, 1, x, 1})};
     Clipper clipper;
     clipper.set_paths(loops, ptSubject);
     Loops out;
-    std::string what[2];
-    try {
-      EXPECT_EQ(clipper.execute(ctUnion, pftNonZero, pftNonZero, 0, true), RETVAL_OK);
-      clipper.get_result(out, true);
-    } catch (const ClipperLib::clipperException& e) {
-      what[0] = e.what();
+    if (x > 4.5e11f) {
+      EXPECT_THROW(clipper.execute(ctUnion, pftNonZero, pftNonZero, 0, true),
+                   ClipperLib::clipperException);
+      EXPECT_THROW(
+          get_clipper_boolean_operation_result(loops, out, ctUnion, {}, pftNonZero, pftNonZero),
+          ClipperLib::clipperException);
+      continue;
     }
-    EXPECT_EQ(out.empty(), x != 4.0e11f) << x;
-    try {
-      get_clipper_boolean_operation_result(loops, out, ctUnion, {}, pftNonZero, pftNonZero);
-    } catch (const ClipperLib::clipperException& e) {
-      what[1] = e.what();
-    }
-    for (const std::string& w : what) {
-      EXPECT_EQ(w, x == 4.0e11f ? "" : "Coordinate outside allowed range") << x;
-    }
+    EXPECT_EQ(clipper.execute(ctUnion, pftNonZero, pftNonZero, 0, true), RETVAL_OK);
+    EXPECT_EQ(clipper.get_result(out, true), RETVAL_OK);
+    EXPECT_FALSE(out.empty());
+    get_clipper_boolean_operation_result(loops, out, ctUnion, {}, pftNonZero, pftNonZero);
+    EXPECT_FALSE(out.empty());
   }
 }
 

@@ -83,14 +83,5 @@ TEST(HostileObj, EndlessLinesStopTheParseAtTheirLimit) {
   }
 }
 
-TEST(HostileObj, OneMillionVertexLinesWithoutFacesGiveNoFaces) {
-  std::string obj;
-  for (int i = 0; i < 1000000; ++i) obj += "v 1 2 3\n";
-  BaseTriMesh mesh;
-  EXPECT_EQ(read_TriMesh_in_memory(qxtest::bytes_of(obj), "obj", mesh), 0);
-  EXPECT_EQ(mesh.get_vn(), 1000000u);
-  EXPECT_EQ(mesh.get_fn(), 0u);
-}
-
 }  // namespace
 }  // namespace Quorvex

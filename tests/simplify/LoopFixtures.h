@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
-#include <ostream>
 #include <random>
 #include <vector>
 
@@ -13,7 +12,6 @@
 namespace Quorvex {
 
 inline bool operator==(const Point2& a, const Point2& b) { return a.x == b.x && a.y == b.y; }
-inline void PrintTo(const Point2& p, std::ostream* os) { *os << "(" << p.x << "," << p.y << ")"; }
 
 namespace test {
 
@@ -34,20 +32,15 @@ inline Loop noisy_ring(int n, float radius, float noise, uint32_t seed) {
   return ring;
 }
 
-// Square of side `side` from the origin, widdershins, with `per_side` vertices per side
-// (corner included), each off its side by up to `noise`.
-inline Loop square_with_side_points(int per_side, float side, float noise, uint32_t seed) {
-  std::mt19937 gen(seed);
-  std::uniform_real_distribution<float> jitter(-noise, noise);
+// The square of side 10 from the origin, widdershins, with `per_side` evenly spaced vertices
+// per side, the corner included.
+inline Loop dense_square(int per_side) {
   Loop loop;
-  const Point2 corner[4] = {{0, 0}, {side, 0}, {side, side}, {0, side}};
   for (int s = 0; s < 4; ++s) {
-    const Point2 a = corner[s], b = corner[(s + 1) % 4];
     for (int k = 0; k < per_side; ++k) {
-      const float t = static_cast<float>(k) / per_side, off = k == 0 ? 0 : jitter(gen);
-      // Perpendicular offset: the sides are axis-aligned.
-      loop.emplace_back(a.x + (b.x - a.x) * t + (a.y == b.y ? 0 : off),
-                        a.y + (b.y - a.y) * t + (a.x == b.x ? 0 : off));
+      const float t = 10.0f * k / per_side;
+      const Point2 p[4] = {{t, 0}, {10, t}, {10 - t, 10}, {0, 10 - t}};
+      loop.push_back(p[s]);
     }
   }
   return loop;

@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
+#include <filesystem>
 #include <tuple>
 #include <vector>
 
 #include "LoopFixtures.h"
+#include "quorvex/base/DataArchiveConfig.h"
 #include "quorvex/planeGeometry/SimplifyDP.h"
+#include "support/CaptureConfigGuard.h"
 #include "support/LogLines.h"
 
 namespace Quorvex {
@@ -65,61 +69,6 @@ TEST(SimplifyDP, WorkedCases) {
   }
 }
 
-// Distance of q from the line through a and b, in double.
-double line_distance(const Point2& a, const Point2& b, const Point2& q) {
-  const double dx = double(b.x) - a.x, dy = double(b.y) - a.y;
-  const double len = std::sqrt(dx * dx + dy * dy);
-  if (len == 0) return std::hypot(double(q.x) - a.x, double(q.y) - a.y);
-  return std::fabs((double(q.x) - a.x) * dy - (double(q.y) - a.y) * dx) / len;
-}
-
-class DPNoisyRing : public ::testing::TestWithParam<std::tuple<float, float>> {};
-
-TEST_P(DPNoisyRing, KeepsOrderBoundsRemovedAndIsIdempotent) {
-  const auto [radius, length] = GetParam();
-  const Loop original = test::noisy_ring(2000, 100, 1.0f, 1);
-  Loop loop = original;
-  get_simplified_loop_DP(loop, radius, length);
-  ASSERT_GE(loop.size(), 3u);
-  ASSERT_LT(loop.size(), original.size());
-  const std::vector<std::size_t> idx = test::subsequence_indices(loop, original);
-  ASSERT_EQ(idx.size(), loop.size()) << "survivors are not the input in its order";
-  // Every removed vertex lies within radius of the chord of the survivors around it.
-  for (std::size_t k = 0; k < idx.size(); ++k) {
-    const Point2& a = original[idx[k]];
-    const Point2& b = original[idx[(k + 1) % idx.size()]];
-    const std::size_t end = k + 1 < idx.size() ? idx[k + 1] : idx[0] + original.size();
-    for (std::size_t i = idx[k] + 1; i < end; ++i) {
-      EXPECT_LE(line_distance(a, b, original[i % original.size()]), radius * 1.0001 + 1e-4);
-    }
-  }
-  // Without the edge rule the farthest vertex of every arc stays the farthest among the
-  // survivors, so a second run changes nothing. (Thinning makes edges longer, so the edge rule
-  // may flag more the second time.)
-  if (length == 0) {
-    Loop again = loop;
-    get_simplified_loop_DP(again, radius, length);
-    EXPECT_EQ(again, loop);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Rings, DPNoisyRing,
-                         ::testing::Combine(::testing::Values(0.5f, 2.0f),
-                                            ::testing::Values(0.0f, 1.5f)));
-
-TEST(SimplifyDP, ExtremeInputsFinishWithAValidLoop) {
-  for (float scale : {1e-38f, 1e-20f, 1e20f, 3e38f}) {
-    Loop original = test::noisy_ring(500, 1, 0.3f, 7);
-    for (Point2& p : original) p = Point2(p.x * scale, p.y * scale);
-    original.insert(original.end(), original.begin(), original.begin() + 50);  // runs over itself
-    for (float radius : {-1.0f, 0.0f, 1e-3f * scale}) {
-      Loop l = original;
-      EXPECT_EQ(get_simplified_loop_DP(l, radius, scale), RETVAL_OK);
-      EXPECT_TRUE(l.empty() || l.size() >= 3);
-    }
-  }
-}
-
 TEST(SimplifyDP, FullFormLogsOneInfoLineShortFormNone) {
   qxtest::LogLines sink(google::GLOG_INFO), warnings(google::GLOG_WARNING), errors;
   Loop loop = kSquare;
@@ -129,6 +78,40 @@ TEST(SimplifyDP, FullFormLogsOneInfoLineShortFormNone) {
             std::vector<std::string>{"get_simplified_loop_DP: radius 0.25, length 2.5"});
   EXPECT_TRUE(warnings.lines().empty());
   EXPECT_TRUE(errors.lines().empty());
+}
+
+// The full form captures its input loop before it reads it, so a loop seen once can be
+// replayed into another call; the short form and a disabled capture touch no file.
+TEST(DPCapture, CapturedLoopReplaysIntoAnotherCallAndOnlyTheEnabledFullFormWrites) {
+  qxtest::CaptureConfigGuard guard;
+  const std::string store = ::testing::TempDir() + "/qx_dp_capture_" + std::to_string(getpid());
+  std::filesystem::remove_all(store);
+  std::filesystem::create_directories(store);
+  gDAConfig.set_store_path(store);
+  gDAConfig.write_mode = true;
+  const std::vector<Point2> original = test::noisy_ring(400, 10, 0.05f, 1);
+  std::vector<Point2> disabled = original, short_form = original, first = original;
+  gDAConfig.enabled = false;
+  get_simplified_loop_DP(disabled, 0.1f, 0.0f);
+  gDAConfig.enabled = true;
+  get_simplified_loop_DP(short_form, 0.1f);
+  EXPECT_TRUE(std::filesystem::is_empty(store));
+  EXPECT_EQ(short_form, disabled);
+
+  ASSERT_EQ(get_simplified_loop_DP(first, 0.1f, 0.0f), RETVAL_OK);
+  ASSERT_TRUE(std::filesystem::exists(store + "/get_simplified_loop_DP.tb"));
+  ASSERT_EQ(first, disabled);
+  ASSERT_LT(first.size(), original.size());
+  gDAConfig.write_mode = false;
+  gDAConfig.replay_ok = false;
+  std::vector<Point2> other = test::noisy_ring(50, 10, 0.05f, 2);
+  testing::internal::CaptureStdout();
+  ASSERT_EQ(get_simplified_loop_DP(other, 0.1f, 0.0f), RETVAL_OK);
+  EXPECT_NE(testing::internal::GetCapturedStdout().find("Opened testbug file: "),
+            std::string::npos);
+  EXPECT_TRUE(gDAConfig.replay_ok);
+  EXPECT_EQ(other, first);
+  std::filesystem::remove_all(store);
 }
 
 }  // namespace
