@@ -51,7 +51,7 @@ TEST(HostileMillionPoints, EveryConsumerEnds) {
   get_QEM_simplified_loop_with_colour(paths[1], 0.01f, 0.1f);
   EXPECT_EQ(paths[1]->get_points()->size(), 2u);
 
-  const ConstLoops loops = {std::make_shared<Point2Vector>(same)};
+  const ConstLoops loops = {std::make_shared<Point2Vector>(Pts(kMillion, Point2(3, 4)))};
   Loops lines{std::make_shared<Point2Vector>()};
   EXPECT_EQ(get_fill_line_from_loops(loops, lines, 0.5f, 30.0f, 0.1f, true), RETVAL_FAILED);
   EXPECT_EQ(lines.size(), 1u);  // untouched

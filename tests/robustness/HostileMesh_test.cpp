@@ -83,5 +83,13 @@ TEST(HostileObj, EndlessLinesStopTheParseAtTheirLimit) {
   }
 }
 
+TEST(HostileAsciiStl, TextEndingInsideAFacetIsCorrupt) {
+  BaseTriMesh mesh;
+  const std::string stl = "solid x\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n";
+  EXPECT_EQ(static_cast<int>(read_TriMesh_in_memory(qxtest::bytes_of(stl), "stl", mesh)),
+            kBaseReadCorrupt);
+  EXPECT_EQ(mesh.get_fn(), 0u);
+}
+
 }  // namespace
 }  // namespace Quorvex
