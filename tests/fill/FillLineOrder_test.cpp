@@ -30,18 +30,16 @@ TEST(FillLineOrder, WorkedCases) {
   const struct {
     const char* name;
     Loops lines;
-    float link, offset;
+    std::pair<float, float> link_offset;
     std::vector<std::vector<Point2>> expected;
   } rows[] = {
       {"one line: a column per pair, by distance from column 0",
        {line_at(0, {0, 1, 10, 11, 3, 4})},
-       2,
-       1,
+       {2, 1},
        {{{0, 0}, {1, 0}}, {{3, 0}, {4, 0}}, {{10, 0}, {11, 0}}}},
       {"equal counts keep columns by position whatever the geometry",
        {line_at(0, {0, 1, 10, 11}), line_at(1, {10, 11, 0, 1}), line_at(2, {0, 1, 10, 11})},
-       2,
-       1,
+       {2, 1},
        {{{0, 0}, {1, 0}, {11, 1}, {10, 1}, {0, 2}, {1, 2}},
         {{10, 0}, {11, 0}, {1, 1}, {0, 1}, {10, 2}, {11, 2}}}},
       // Column 0 ends where the line below the hole's top continues the column with the
@@ -49,43 +47,39 @@ TEST(FillLineOrder, WorkedCases) {
       {"counts 1-2-2-1 around a hole",
        {line_at(0, {0, 10}), line_at(1, {0, 3, 6, 10}), line_at(2, {0, 3, 6, 10}),
         line_at(3, {0, 10})},
-       2,
-       1.5f,
+       {2, 1.5f},
        {{{0, 0}, {10, 0}, {3, 1}, {0, 1}, {0, 2}, {3, 2}},
         {{6, 1}, {10, 1}, {10, 2}, {6, 2}, {0, 3}, {10, 3}}}},
       // (0,4) takes 0 by overlap; (5,10) may not take 0 again and is far from (20,30): new
       // column 2, which lies nearer column 0's exit (0,1) than column 1.
       {"a neighbour on the same line never shares a number",
        {line_at(0, {0, 10, 20, 30}), line_at(1, {0, 4, 5, 10, 20, 30})},
-       2,
-       1.5f,
+       {2, 1.5f},
        {{{0, 0}, {10, 0}, {4, 1}, {0, 1}},
         {{5, 1}, {10, 1}},
         {{20, 0}, {30, 0}, {30, 1}, {20, 1}}}},
       {"link distance continues a column without overlap",
        {line_at(0, {0, 1, 10, 11}), line_at(1, {1.2f, 2})},
-       2,
-       1.5f,
+       {2, 1.5f},
        {{{0, 0}, {1, 0}, {2, 1}, {1.2f, 1}}, {{10, 0}, {11, 0}}}},
       {"overlap within the line offset counts",
        {line_at(0, {0, 10, 20, 30}), line_at(3, {0, 10})},
-       2,
-       4,
+       {2, 4},
        {{{0, 0}, {10, 0}, {10, 3}, {0, 3}}, {{20, 0}, {30, 0}}}},
       // The last line is judged against line 1, the last one used.
       {"odd lines are skipped, the first even line opens columns",
        {line_at(0, {5}), line_at(1, {0, 10}), line_at(2, {0, 1, 2}), line_at(3, {0, 4, 6, 10})},
-       3,
-       2.5f,
+       {3, 2.5f},
        {{{0, 1}, {10, 1}, {4, 3}, {0, 3}}, {{6, 3}, {10, 3}}}},
       {"a zero-length previous segment continues by distance",
        {line_at(0, {5, 5}), line_at(1, {4, 6, 20, 21})},
-       2,
-       1.5f,
+       {2, 1.5f},
        {{{5, 0}, {5, 0}, {6, 1}, {4, 1}}, {{20, 1}, {21, 1}}}},
   };
   for (const auto& r : rows) {
-    EXPECT_EQ(fill_test::flat(sort_ok(r.lines, r.link, r.offset)), r.expected) << r.name;
+    EXPECT_EQ(fill_test::flat(sort_ok(r.lines, r.link_offset.first, r.link_offset.second)),
+              r.expected)
+        << r.name;
   }
   // Without the link distance, or beyond the line offset, the same inputs open new columns.
   EXPECT_EQ(sort_ok({line_at(0, {0, 1, 10, 11}), line_at(1, {1.2f, 2})}, 1, 1.5f).size(), 3u);
