@@ -30,18 +30,16 @@ TEST(FillLineOrder, WorkedCases) {
   const struct {
     const char* name;
     Loops lines;
-    float link, offset;
-    std::vector<Point2Vector> expected;
+    std::pair<float, float> link_offset;
+    std::vector<std::vector<Point2>> expected;
   } rows[] = {
       {"one line: a column per pair, by distance from column 0",
        {line_at(0, {0, 1, 10, 11, 3, 4})},
-       2,
-       1,
+       {2, 1},
        {{{0, 0}, {1, 0}}, {{3, 0}, {4, 0}}, {{10, 0}, {11, 0}}}},
       {"equal counts keep columns by position whatever the geometry",
        {line_at(0, {0, 1, 10, 11}), line_at(1, {10, 11, 0, 1}), line_at(2, {0, 1, 10, 11})},
-       2,
-       1,
+       {2, 1},
        {{{0, 0}, {1, 0}, {11, 1}, {10, 1}, {0, 2}, {1, 2}},
         {{10, 0}, {11, 0}, {1, 1}, {0, 1}, {10, 2}, {11, 2}}}},
       // Column 0 ends where the line below the hole's top continues the column with the
@@ -49,77 +47,44 @@ TEST(FillLineOrder, WorkedCases) {
       {"counts 1-2-2-1 around a hole",
        {line_at(0, {0, 10}), line_at(1, {0, 3, 6, 10}), line_at(2, {0, 3, 6, 10}),
         line_at(3, {0, 10})},
-       2,
-       1.5f,
+       {2, 1.5f},
        {{{0, 0}, {10, 0}, {3, 1}, {0, 1}, {0, 2}, {3, 2}},
         {{6, 1}, {10, 1}, {10, 2}, {6, 2}, {0, 3}, {10, 3}}}},
-      // Column 0 ends at its exit point p[n-2] = (1,1) after its second pair ran back.
-      {"far pairs open columns above the highest number",
-       {line_at(0, {0, 1, 20, 21}), line_at(1, {0, 1, 40, 41, 60, 61})},
-       5,
-       1.5f,
-       {{{0, 0}, {1, 0}, {1, 1}, {0, 1}},
-        {{20, 0}, {21, 0}},
-        {{40, 1}, {41, 1}},
-        {{60, 1}, {61, 1}}}},
       // (0,4) takes 0 by overlap; (5,10) may not take 0 again and is far from (20,30): new
       // column 2, which lies nearer column 0's exit (0,1) than column 1.
       {"a neighbour on the same line never shares a number",
        {line_at(0, {0, 10, 20, 30}), line_at(1, {0, 4, 5, 10, 20, 30})},
-       2,
-       1.5f,
+       {2, 1.5f},
        {{{0, 0}, {10, 0}, {4, 1}, {0, 1}},
         {{5, 1}, {10, 1}},
         {{20, 0}, {30, 0}, {30, 1}, {20, 1}}}},
       {"link distance continues a column without overlap",
        {line_at(0, {0, 1, 10, 11}), line_at(1, {1.2f, 2})},
-       2,
-       1.5f,
+       {2, 1.5f},
        {{{0, 0}, {1, 0}, {2, 1}, {1.2f, 1}}, {{10, 0}, {11, 0}}}},
       {"overlap within the line offset counts",
        {line_at(0, {0, 10, 20, 30}), line_at(3, {0, 10})},
-       2,
-       4,
+       {2, 4},
        {{{0, 0}, {10, 0}, {10, 3}, {0, 3}}, {{20, 0}, {30, 0}}}},
       // The last line is judged against line 1, the last one used.
       {"odd lines are skipped, the first even line opens columns",
        {line_at(0, {5}), line_at(1, {0, 10}), line_at(2, {0, 1, 2}), line_at(3, {0, 4, 6, 10})},
-       3,
-       2.5f,
+       {3, 2.5f},
        {{{0, 1}, {10, 1}, {4, 3}, {0, 3}}, {{6, 3}, {10, 3}}}},
       {"a zero-length previous segment continues by distance",
        {line_at(0, {5, 5}), line_at(1, {4, 6, 20, 21})},
-       2,
-       1.5f,
+       {2, 1.5f},
        {{{5, 0}, {5, 0}, {6, 1}, {4, 1}}, {{20, 1}, {21, 1}}}},
   };
   for (const auto& r : rows) {
-    const Lines out = sort_ok(r.lines, r.link, r.offset);
-    ASSERT_EQ(out.size(), r.expected.size()) << r.name;
-    for (std::size_t i = 0; i < out.size(); ++i) {
-      EXPECT_TRUE(fill_test::same_points(*out[i], r.expected[i])) << r.name << ", column " << i;
-    }
+    EXPECT_EQ(fill_test::flat(sort_ok(r.lines, r.link_offset.first, r.link_offset.second)),
+              r.expected)
+        << r.name;
   }
   // Without the link distance, or beyond the line offset, the same inputs open new columns.
   EXPECT_EQ(sort_ok({line_at(0, {0, 1, 10, 11}), line_at(1, {1.2f, 2})}, 1, 1.5f).size(), 3u);
   EXPECT_EQ(sort_ok({line_at(0, {0, 10, 20, 30}), line_at(3, {0, 10})}, 2, 1).size(), 3u);
   EXPECT_EQ(sort_ok({line_at(0, {5, 5}), line_at(1, {4, 6, 20, 21})}, 1, 1.5f).size(), 3u);
-}
-
-// Column 0 runs (0..10) on every line; columns 1 and 2 lie 10 to its right and left. After an
-// even number of lines the zigzag ends on the left, after an odd number on the right, and the
-// nearer column follows first.
-TEST(FillLineOrder, ChainStartsFromWhereColumnZerosZigzagEnds) {
-  Loops lines;
-  for (int n = 1; n <= 3; ++n) {
-    lines.push_back(line_at(static_cast<float>(n), {0, 10, 20, 21, -11, -10}));
-    if (n == 1) continue;
-    const Lines out = sort_ok(lines, 1.0f, 1.0f);
-    ASSERT_EQ(out.size(), 3u);
-    EXPECT_EQ(out[0]->back().x, n % 2 == 0 ? 0.0f : 10.0f);
-    EXPECT_EQ((*out[1])[0].x, n % 2 == 0 ? -11.0f : 20.0f);
-    EXPECT_EQ((*out[2])[0].x, n % 2 == 0 ? 20.0f : -11.0f);
-  }
 }
 
 TEST(FillLineOrder, RefusalsLeaveOutputAlone) {

@@ -1,24 +1,30 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cmath>
+#include <filesystem>
+#include <tuple>
 #include <vector>
 
 #include "LoopFixtures.h"
+#include "quorvex/base/DataArchiveConfig.h"
 #include "quorvex/planeGeometry/SimplifyDP.h"
+#include "support/CaptureConfigGuard.h"
 #include "support/LogLines.h"
 
 namespace Quorvex {
 namespace {
 
-using test::noisy_ring;
-using test::subsequence_indices;
-using Loop = std::vector<Point2>;
-
-const Loop kSquare = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
+using test::kSquare;
+using test::Loop;
 
 // A ring that passes (0,0) twice: the long edges 0-1 and 1-2 leave the arc (2, 0) with a zero
 // chord, decided by squared distance from (0,0) against the unsquared radius.
 const Loop kTwiceThroughOrigin = {{0, 0}, {10, 0}, {0, 0}, {1, 1}, {2, 3}, {1, 0.2f}};
 const Loop kBump = {{0, 0}, {5, 0.01f}, {10, 0}, {10, 10}, {0, 10}};
+// The rightmost vertex is an extreme, kept when seeding; with the edge rule the arc from
+// (10,0) round to (0,0) is refined instead and it lies within radius of (10,0)-(10,1).
+const Loop kNose = {{0, 0}, {10, 0}, {10.5f, 0.5f}, {10, 1}, {6, 1}, {2, 1}, {0, 1}};
 
 TEST(SimplifyDP, WorkedCases) {
   const struct {
@@ -43,6 +49,8 @@ TEST(SimplifyDP, WorkedCases) {
        5,
        {{0, 0}, {10, 0}, {0, 0}, {2, 3}}},
       {"zero chord strictly above radius", kTwiceThroughOrigin, 13, 5, {{0, 0}, {10, 0}, {0, 0}}},
+      {"extremes seeded", kNose, 0.6f, 0, {{0, 0}, {10.5f, 0.5f}, {0, 1}}},
+      {"a single long edge seeds instead", kNose, 0.6f, 5, {{0, 0}, {10, 0}, {10, 1}, {0, 1}}},
       {"empty", {}, 1, 0, {}},
       {"one vertex", {{1, 2}}, 1, 0, {}},
       {"two vertices", {{1, 2}, {3, 4}}, 0, 0, {}},
@@ -52,81 +60,11 @@ TEST(SimplifyDP, WorkedCases) {
   for (const auto& r : rows) {
     Loop loop = r.input;
     EXPECT_EQ(get_simplified_loop_DP(loop, r.radius, r.length), RETVAL_OK);
-    ASSERT_EQ(loop.size(), r.expected.size()) << r.name;
-    for (std::size_t i = 0; i < loop.size(); ++i) {
-      EXPECT_TRUE(test::same_point(loop[i], r.expected[i])) << r.name << ", vertex " << i;
-    }
+    EXPECT_EQ(loop, r.expected) << r.name;
     if (r.length <= 0) {  // the short form is the full form with length 0
       Loop short_form = r.input;
       EXPECT_EQ(get_simplified_loop_DP(short_form, r.radius), RETVAL_OK);
-      EXPECT_EQ(short_form.size(), loop.size()) << r.name;
-    }
-  }
-}
-
-TEST(SimplifyDP, SingleLongEdgeReplacesSeedingOfExtremes) {
-  // The rightmost vertex (10.5, 0.5) is an extreme, kept when seeding; with the edge rule the
-  // arc from (10,0) round to (0,0) is refined instead and it lies within radius of (10,0)-(10,1).
-  const Loop loop = {{0, 0}, {10, 0}, {10.5f, 0.5f}, {10, 1}, {6, 1}, {2, 1}, {0, 1}};
-  Loop seeded = loop, edged = loop;
-  get_simplified_loop_DP(seeded, 0.6f, 0);
-  get_simplified_loop_DP(edged, 0.6f, 5);
-  auto has_extreme = [](const Loop& l) {
-    for (const Point2& p : l)
-      if (p.x == 10.5f) return true;
-    return false;
-  };
-  EXPECT_TRUE(has_extreme(seeded));
-  EXPECT_FALSE(has_extreme(edged));
-  EXPECT_FALSE(subsequence_indices(edged, loop).empty());
-}
-
-class DPNoisyRing : public ::testing::TestWithParam<std::tuple<uint32_t, float, float>> {};
-
-TEST_P(DPNoisyRing, KeepsOrderBoundsRemovedAndIsIdempotent) {
-  const auto [seed, radius, length] = GetParam();
-  const Loop original = noisy_ring(2000, 100, 1.0f, seed);
-  Loop loop = original;
-  get_simplified_loop_DP(loop, radius, length);
-  ASSERT_GE(loop.size(), 3u);
-  ASSERT_LT(loop.size(), original.size());
-  const std::vector<std::size_t> idx = subsequence_indices(loop, original);
-  ASSERT_EQ(idx.size(), loop.size()) << "survivors are not the input in its order";
-  // Every removed vertex lies within radius of the chord of the survivors around it.
-  for (std::size_t k = 0; k < idx.size(); ++k) {
-    const Point2& a = original[idx[k]];
-    const Point2& b = original[idx[(k + 1) % idx.size()]];
-    const std::size_t end = k + 1 < idx.size() ? idx[k + 1] : idx[0] + original.size();
-    for (std::size_t i = idx[k] + 1; i < end; ++i) {
-      EXPECT_LE(test::line_distance(a, b, original[i % original.size()]), radius * 1.0001 + 1e-4);
-    }
-  }
-  // Without the edge rule the farthest vertex of every arc stays the farthest among the
-  // survivors, so a second run changes nothing. (Thinning makes edges longer, so the edge rule
-  // may flag more the second time.)
-  if (length == 0) {
-    Loop again = loop;
-    get_simplified_loop_DP(again, radius, length);
-    ASSERT_EQ(again.size(), loop.size());
-    EXPECT_EQ(subsequence_indices(again, loop).size(), loop.size());
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Rings, DPNoisyRing,
-                         ::testing::Combine(::testing::Values(1u, 2u),
-                                            ::testing::Values(0.5f, 2.0f),
-                                            ::testing::Values(0.0f, 1.5f)));
-
-TEST(SimplifyDP, ExtremeInputsFinishWithAValidLoop) {
-  for (float scale : {1e-38f, 1e-20f, 1e20f, 3e38f}) {
-    Loop loop = noisy_ring(500, 1, 0.3f, 7);
-    for (Point2& p : loop) p = Point2(p.x * scale, p.y * scale);
-    loop.insert(loop.end(), loop.begin(), loop.begin() + 50);  // runs over itself
-    const Loop original = loop;
-    for (float radius : {-1.0f, 0.0f, 1e-3f * scale}) {
-      Loop l = original;
-      EXPECT_EQ(get_simplified_loop_DP(l, radius, scale), RETVAL_OK);
-      EXPECT_TRUE(l.empty() || l.size() >= 3);
+      EXPECT_EQ(short_form, loop) << r.name;
     }
   }
 }
@@ -136,11 +74,44 @@ TEST(SimplifyDP, FullFormLogsOneInfoLineShortFormNone) {
   Loop loop = kSquare;
   get_simplified_loop_DP(loop, 0.25f, 2.5f);
   get_simplified_loop_DP(loop, 0.25f);
-  const std::vector<std::string> lines = sink.lines();
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(lines[0], "get_simplified_loop_DP: radius 0.25, length 2.5");
+  EXPECT_EQ(sink.lines(),
+            std::vector<std::string>{"get_simplified_loop_DP: radius 0.25, length 2.5"});
   EXPECT_TRUE(warnings.lines().empty());
   EXPECT_TRUE(errors.lines().empty());
+}
+
+// The full form captures its input loop before it reads it, so a loop seen once can be
+// replayed into another call; the short form and a disabled capture touch no file.
+TEST(DPCapture, CapturedLoopReplaysIntoAnotherCallAndOnlyTheEnabledFullFormWrites) {
+  qxtest::CaptureConfigGuard guard;
+  const std::string store = ::testing::TempDir() + "/qx_dp_capture_" + std::to_string(getpid());
+  std::filesystem::remove_all(store);
+  std::filesystem::create_directories(store);
+  gDAConfig.set_store_path(store);
+  gDAConfig.write_mode = true;
+  const std::vector<Point2> original = test::noisy_ring(400, 10, 0.05f, 1);
+  std::vector<Point2> disabled = original, short_form = original, first = original;
+  gDAConfig.enabled = false;
+  get_simplified_loop_DP(disabled, 0.1f, 0.0f);
+  gDAConfig.enabled = true;
+  get_simplified_loop_DP(short_form, 0.1f);
+  EXPECT_TRUE(std::filesystem::is_empty(store));
+  EXPECT_EQ(short_form, disabled);
+
+  ASSERT_EQ(get_simplified_loop_DP(first, 0.1f, 0.0f), RETVAL_OK);
+  ASSERT_TRUE(std::filesystem::exists(store + "/get_simplified_loop_DP.tb"));
+  ASSERT_EQ(first, disabled);
+  ASSERT_LT(first.size(), original.size());
+  gDAConfig.write_mode = false;
+  gDAConfig.replay_ok = false;
+  std::vector<Point2> other = test::noisy_ring(50, 10, 0.05f, 2);
+  testing::internal::CaptureStdout();
+  ASSERT_EQ(get_simplified_loop_DP(other, 0.1f, 0.0f), RETVAL_OK);
+  EXPECT_NE(testing::internal::GetCapturedStdout().find("Opened testbug file: "),
+            std::string::npos);
+  EXPECT_TRUE(gDAConfig.replay_ok);
+  EXPECT_EQ(other, first);
+  std::filesystem::remove_all(store);
 }
 
 }  // namespace
