@@ -32,9 +32,9 @@
 #include "support/CaptureConfigGuard.h"
 #include "support/MeshSamples.h"
 #include "support/ModelSamples.h"
+#include "support/PointEquality.h"
 
 namespace Quorvex {
-bool operator==(const Point2& a, const Point2& b) { return a.x == b.x && a.y == b.y; }
 namespace {
 
 using Pts = std::vector<Point2>;

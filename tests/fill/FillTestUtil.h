@@ -8,10 +8,9 @@
 #include <vector>
 
 #include "quorvex/baseType/Point2.h"
+#include "support/PointEquality.h"
 
 namespace Quorvex {
-
-inline bool operator==(const Point2& a, const Point2& b) { return a.x == b.x && a.y == b.y; }
 
 namespace fill_test {
 
