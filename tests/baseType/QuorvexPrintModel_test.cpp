@@ -19,7 +19,6 @@ TEST(QuorvexPrintModel, OneLayerOfElevenClosedOuterLoops) {
   EXPECT_EQ(layer->get_id(), 0);
   EXPECT_EQ(layer->get_thickness(), 0.2f);
   EXPECT_EQ(qxtest::path_counts(*layer), "11,0,0,0,0,0,0,0");
-
   // Point counts the model promises its callers.
   const std::size_t points[11] = {5, 35, 58, 38, 39, 32, 83, 100, 146, 28, 28};
   for (std::size_t i = 0; i < 11; ++i) {
