@@ -71,22 +71,19 @@ TEST(ModelArchiveImage, ColoursAndComponents) {
   c->set_small_region(true);
   p->set_extra_shell_component(c);
   const std::string b = bytes_of(*p);
+  ByteImage colours;
+  for (float f : {0.1f, 0.2f, 0.3f, 1.0f, 0.0f, 0.5f}) colours.f32(f);
   EXPECT_EQ(b, two_point_path_head()
                    .i32(2)
-                   .f32(0.1f)
-                   .f32(0.2f)
-                   .f32(0.3f)
-                   .f32(1)
-                   .f32(0)
-                   .f32(0.5f)
+                   .raw(colours.bytes())
                    .raw(ints({2, 1, 3, 1, 2}).bytes())
                    .points({{5, 6}})
                    .points({{7, 8}, {9, 10}})
                    .bytes());
   EXPECT_EQ(bytes_of(read_back<Path>(b)), b);
   // Empty handles come back empty, not as empty sequences.
-  auto p = two_point_path();
-  p->set_extend_path_component(std::make_shared<ExtendPathComponent>());
+  e->set_tails(nullptr);
+  e->set_heads(nullptr);
   Path back = read_back<Path>(bytes_of(*p));
   ASSERT_TRUE(back.has_extend_path_component());
   EXPECT_FALSE(back.get_extend_path_component()->get_tails());

@@ -75,14 +75,6 @@ TEST(EntityToMesh, BoundaryTriangleMakesThreeClosedWalls) {
   for (std::size_t q = 0; q < 3; ++q) expect_quad_faces(f.mesh, q);
 }
 
-TEST(EntityToMesh, ZeroThicknessWallsLieAtTheirHeight) {
-  Fixture f(0.0f);
-  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(1, 0)}, 0.3f));
-  f.run();
-  ASSERT_EQ(f.mesh.get_vn(), 8u);
-  for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(f.mesh.get_vCoord(i).z(), 0.3f);
-}
-
 TEST(EntityToMesh, RibbonLiesRightOfTravelAndRunsCounterClockwise) {
   Fixture f;
   f.layer->add_extraShell_path(make_path({Point2(0, 0), Point2(4, 0)}, 2.0f));
