@@ -91,17 +91,6 @@ TEST(EntityToMesh, RibbonLiesRightOfTravelAndRunsCounterClockwise) {
   EXPECT_GT(f.mesh.get_fNrv(1).z(), 0.0f);
 }
 
-TEST(EntityToMesh, ZeroLengthPiecesAddNothing) {
-  Fixture f;
-  f.layer->add_extraShell_path(make_path({Point2(1, 1)}, 0.0f));
-  f.layer->add_extraShell_path(make_path({Point2(0, 0), Point2(0, 0), Point2(1, 0)}, 0.0f));
-  f.run();
-  // Of the closed loop (0,0) (0,0) (1,0): the pieces 1-2 and 2-0 remain.
-  EXPECT_EQ(f.mesh.get_vn(), 8u);
-  EXPECT_EQ(f.mesh.get_vColor(0), colour(1));
-  EXPECT_EQ(f.mesh.get_vColor(4), colour(2));
-}
-
 TEST(EntityToMesh, FillSegmentsTakePairsAndPolylinesEveryPiece) {
   const std::vector<Point2> pts = {Point2(0, 0), Point2(1, 0), Point2(1, 1), Point2(2, 1),
                                    Point2(2, 2)};
@@ -121,17 +110,6 @@ TEST(EntityToMesh, FillSegmentsTakePairsAndPolylinesEveryPiece) {
       EXPECT_EQ(f.mesh.get_vColor(5), colour(3));
     }
   }
-}
-
-// A one-point boundary is one flat wall; fills of fewer than two points add nothing.
-TEST(EntityToMesh, ShortPaths) {
-  Fixture f;
-  f.layer->add_fill_path(make_path({Point2(0, 0)}, 0.5f, PATH_TYPE_FILL_POLYLINE_0));
-  f.layer->add_fill_path(make_path({}, 0.5f, PATH_TYPE_FILL_SEGMENTS_0));
-  f.layer->add_boundary_path(make_path({Point2(5, 5)}, 1.0f));
-  f.run();
-  EXPECT_EQ(f.mesh.get_vn(), 4u);
-  EXPECT_EQ(f.mesh.get_fn(), 2u);
 }
 
 TEST(EntityToMesh, PathsWithoutMatchingColoursAreSkipped) {

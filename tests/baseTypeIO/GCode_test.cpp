@@ -200,37 +200,27 @@ TEST(GCode, EntityGivesOneOutputPerLayerAndStartsOver) {
 
 using qxtest::read_file;
 
-TEST(TextFileWriter, WritesReplacesAndJoinsWithoutSeparator) {
-  const std::string path = qxtest::fresh_dir("writer") + "/out.txt";
-  EXPECT_EQ(write_common_file(path, std::string("first text\n")), RETVAL_OK);
-  EXPECT_EQ(write_common_file(path, std::vector<std::string>{"a", "b"}), RETVAL_OK);
-  EXPECT_EQ(read_file(path), "ab");
-  EXPECT_EQ(write_common_file(path, std::vector<std::string>{}), RETVAL_OK);
-  EXPECT_EQ(read_file(path), "");
-}
-
-TEST(TextFileWriter, MissingFolderFailsAndCreatesNothing) {
-  const std::string dir = qxtest::fresh_dir("writer_missing") + "/no_such_folder";
-  EXPECT_EQ(write_common_file(dir + "/x.txt", std::string("x")), RETVAL_FAILED);
+// Files are replaced, lists joined without separator; a missing folder fails and creates
+// nothing; a layer and a one-layer entity give the same bytes.
+TEST(TextFileWriter, WritesReplacesAndFails) {
+  const std::string dir = qxtest::fresh_dir("writer");
+  EXPECT_EQ(write_common_file(dir + "/out.txt", std::string("first text\n")), RETVAL_OK);
+  EXPECT_EQ(write_common_file(dir + "/out.txt", std::vector<std::string>{"a", "b"}), RETVAL_OK);
+  EXPECT_EQ(read_file(dir + "/out.txt"), "ab");
   Entity e;
   QuorvexPrintModel::get_quorvex_entity(e);
-  EXPECT_EQ(write_gcode(dir + "/x.gcode", e, 4, {STRUCTURE_BOUNDARY}, false), RETVAL_FAILED);
-  EXPECT_EQ(write_gcode(dir + "/x.gcode", *e.get_layer(0), 4, {STRUCTURE_BOUNDARY}), RETVAL_FAILED);
-  std::ifstream probe(dir);
-  EXPECT_FALSE(probe.is_open());
-}
-
-TEST(TextFileWriter, LayerAndOneLayerEntityGiveTheSameBytes) {
-  Entity e;
-  QuorvexPrintModel::get_quorvex_entity(e);
-  const std::string a = qxtest::fresh_dir("writer_same") + "/entity.gcode";
-  const std::string b = a + ".layer";
-  ASSERT_EQ(write_gcode(a, e, 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
-  ASSERT_EQ(write_gcode(b, *e.get_layer(0), 3, {STRUCTURE_BOUNDARY}), RETVAL_OK);
-  EXPECT_EQ(read_file(a), read_file(b));
-  EXPECT_FALSE(read_file(a).empty());
-  ASSERT_EQ(write_gcode(a, Entity(), 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
-  EXPECT_EQ(read_file(a), "");
+  ASSERT_EQ(write_gcode(dir + "/e.gcode", e, 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
+  ASSERT_EQ(write_gcode(dir + "/l.gcode", *e.get_layer(0), 3, {STRUCTURE_BOUNDARY}), RETVAL_OK);
+  EXPECT_EQ(read_file(dir + "/e.gcode"), read_file(dir + "/l.gcode"));
+  EXPECT_FALSE(read_file(dir + "/e.gcode").empty());
+  ASSERT_EQ(write_gcode(dir + "/e.gcode", Entity(), 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
+  EXPECT_EQ(read_file(dir + "/e.gcode"), "");
+  const std::string missing = dir + "/no_such_folder";
+  EXPECT_EQ(write_common_file(missing + "/x.txt", std::string("x")), RETVAL_FAILED);
+  EXPECT_EQ(write_gcode(missing + "/x.gcode", e, 4, {STRUCTURE_BOUNDARY}, false), RETVAL_FAILED);
+  EXPECT_EQ(write_gcode(missing + "/x.gcode", *e.get_layer(0), 4, {STRUCTURE_BOUNDARY}),
+            RETVAL_FAILED);
+  EXPECT_FALSE(std::ifstream(missing).is_open());
 }
 
 }  // namespace
