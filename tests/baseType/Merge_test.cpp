@@ -73,20 +73,11 @@ TEST(MergeLayersTest, EveryListGoesToItsOwnKindWithMinusOneKept) {
   EXPECT_EQ(src->get_boundary_path(0)->get_id(), 3);
 }
 
-TEST(MergeLayersTest, EmptyResultHandleOrResultAmongTheSources) {
+TEST(MergeLayersTest, EmptyResultHandleChangesNothing) {
   auto src = layer_at(0.5f);
   src->add_fill_path(path_with(2));
   EXPECT_EQ(Layer::merge_layers({src}, nullptr, 0), RETVAL_OK);
   EXPECT_EQ(src->get_fill_path(0)->get_id(), 2);
-  // A result that is also a source is read whole before it is written.
-  auto a = layer_at(0.5f);
-  a->get_boundary_paths() = {path_with(6)};
-  a->get_fill_paths() = {path_with(6)};
-  auto b = layer_at(0.5f);
-  b->add_boundary_path(path_with(2));
-  Layer::merge_layers({a, b}, a, 0);
-  EXPECT_EQ(ids_of(a->get_boundary_paths()), (Ids{0, 1}));
-  EXPECT_EQ(ids_of(a->get_fill_paths()), Ids{0});
 }
 
 // ---- merge_entities ----
