@@ -84,14 +84,6 @@ TEST(GCode, FillWalksWriteTheStatedMoves) {
   }
 }
 
-TEST(GCode, BoundaryOfAnyTypeWritesAllPoints) {
-  Layer layer;
-  layer.add_boundary_path(make_path({{0, 0}, {1, 0}, {2, 0}}, PATH_TYPE_FILL_OTHER));
-  const std::string text = layer_text(layer, {STRUCTURE_BOUNDARY});
-  EXPECT_EQ(count(text, "Y0.00 Z0.20\n"), 2u);
-  EXPECT_NE(text.find("(<boundary inner>)\n"), std::string::npos);
-}
-
 TEST(GCode, SequenceOrderRepeatsAndSkipsUnknownEntries) {
   Layer layer;
   layer.add_boundary_path(make_path({{0, 0}, {1, 0}}, PATH_TYPE_OUTER));
@@ -104,7 +96,8 @@ TEST(GCode, SequenceOrderRepeatsAndSkipsUnknownEntries) {
   EXPECT_NE(fill_first.find("(<boundary outer>)"), std::string::npos);
 }
 
-// Opening, colour (none for rafts) and closing lines per structure and path type.
+// Opening, colour (none for rafts) and closing lines per structure and path type; every
+// structure but the fill writes all points of a path of any type.
 TEST(GCode, OpeningColourAndClosingLines) {
   const struct {
     StructureType structure;
@@ -113,6 +106,7 @@ TEST(GCode, OpeningColourAndClosingLines) {
   } cases[] = {
       {STRUCTURE_BOUNDARY, 1, "(<boundary outer>)\n", "(<colour> black>)\n", "(</boundary>)\n"},
       {STRUCTURE_BOUNDARY, 2, "(<boundary inner>)\n", "(<colour> red>)\n", "(</boundary>)\n"},
+      {STRUCTURE_BOUNDARY, 7, "(<boundary inner>)\n", "(<colour> red>)\n", "(</boundary>)\n"},
       {STRUCTURE_EXTRA_SHELL, 1, "(<extrashell outer>)\n", "(<colour> blue>)\n",
        "(</extrashell>)\n"},
       {STRUCTURE_EXTRA_SHELL, 0, "(<extrashell inner>)\n", "(<colour> blue>)\n",
@@ -138,10 +132,11 @@ TEST(GCode, OpeningColourAndClosingLines) {
   for (const auto& c : cases) {
     Layer layer;
     (layer.*add.at(c.structure))(make_path({{0, 0}, {1, 0}}, static_cast<PathType>(c.type)));
-    const std::string with = layer_text(layer, {c.structure}, 2, true);
-    const std::string prefix = std::string("(<layer> -1.00)\n") + c.open + c.colour + "M103\n";
-    EXPECT_EQ(with.substr(0, prefix.size()), prefix);
-    EXPECT_NE(with.find(std::string("M103\n") + c.close + "(</layer>)\n"), std::string::npos);
+    const std::string walk = "M103\nG1 Z0.20\nG1 X0.00 Y0.00\nM101\nG1 X1.00 Y0.00 Z0.20\nM103\n";
+    EXPECT_EQ(
+        layer_text(layer, {c.structure}, 2, true),
+        std::string("(<layer> -1.00)\n") + c.open + c.colour + walk + c.close + "(</layer>)\n")
+        << c.open;
     EXPECT_EQ(layer_text(layer, {c.structure}, 2, false).find("(<colour> "), std::string::npos);
   }
 }
