@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <initializer_list>
 #include <memory>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -58,52 +56,33 @@ TEST(ModelArchiveImage, DefaultsAndAPlainPath) {
   EXPECT_EQ(bytes_of(*two_point_path()), two_point_path_head().i32(0).i32(0).bytes());
 }
 
+// Colours one by one; the extra shell component goes first, though set last.
 TEST(ModelArchiveImage, ColoursAndComponents) {
-  struct Case {
-    const char* label;
-    std::function<void(Path&)> dress;
-    std::string tail;  // bytes behind the points
-  };
-  const std::vector<Case> cases = {
-      {"empty colour sequence", [](Path& p) { p.set_colors(std::make_shared<ColorVector>()); },
-       ints({0, 0}).bytes()},
-      {"colours one by one",
-       [](Path& p) {
-         p.set_colors(std::make_shared<ColorVector>(
-             ColorVector{Color3f(0.1f, 0.2f, 0.3f), Color3f(1, 0, 0.5f)}));
-       },
-       ByteImage().i32(2).f32(0.1f).f32(0.2f).f32(0.3f).f32(1).f32(0).f32(0.5f).i32(0).bytes()},
-      {"extra shell",
-       [](Path& p) {
-         auto c = std::make_shared<ExtraShellComponent>();
-         c->set_extraShell_id(3);
-         c->set_small_region(true);
-         p.set_extra_shell_component(c);
-       },
-       ints({0, 1, 1, 3, 1}).bytes()},
-      {"extend with empty handles",
-       [](Path& p) { p.set_extend_path_component(std::make_shared<ExtendPathComponent>()); },
-       ints({0, 1, 2, 0, 0}).bytes()},
-      {"both components, extra shell first",
-       [](Path& p) {
-         auto e = std::make_shared<ExtendPathComponent>();
-         e->set_tails(std::make_shared<Point2Vector>(Point2Vector{{5, 6}}));
-         e->set_heads(std::make_shared<Point2Vector>(Point2Vector{{7, 8}, {9, 10}}));
-         p.set_extend_path_component(e);
-         p.set_extra_shell_component(std::make_shared<ExtraShellComponent>());
-       },
-       ints({0, 2, 1, -1, 0, 2}).points({{5, 6}}).points({{7, 8}, {9, 10}}).bytes()},
-  };
-  for (const Case& c : cases) {
-    auto p = two_point_path();
-    c.dress(*p);
-    const std::string b = bytes_of(*p);
-    EXPECT_EQ(b, two_point_path_head().bytes() + c.tail) << c.label;
-    EXPECT_EQ(bytes_of(read_back<Path>(b)), b) << c.label;
-  }
-  // Empty handles come back empty, not as empty sequences.
   auto p = two_point_path();
-  p->set_extend_path_component(std::make_shared<ExtendPathComponent>());
+  p->set_colors(
+      std::make_shared<ColorVector>(ColorVector{Color3f(0.1f, 0.2f, 0.3f), Color3f(1, 0, 0.5f)}));
+  auto e = std::make_shared<ExtendPathComponent>();
+  e->set_tails(std::make_shared<Point2Vector>(Point2Vector{{5, 6}}));
+  e->set_heads(std::make_shared<Point2Vector>(Point2Vector{{7, 8}, {9, 10}}));
+  p->set_extend_path_component(e);
+  auto c = std::make_shared<ExtraShellComponent>();
+  c->set_extraShell_id(3);
+  c->set_small_region(true);
+  p->set_extra_shell_component(c);
+  const std::string b = bytes_of(*p);
+  ByteImage colours;
+  for (float f : {0.1f, 0.2f, 0.3f, 1.0f, 0.0f, 0.5f}) colours.f32(f);
+  EXPECT_EQ(b, two_point_path_head()
+                   .i32(2)
+                   .raw(colours.bytes())
+                   .raw(ints({2, 1, 3, 1, 2}).bytes())
+                   .points({{5, 6}})
+                   .points({{7, 8}, {9, 10}})
+                   .bytes());
+  EXPECT_EQ(bytes_of(read_back<Path>(b)), b);
+  // Empty handles come back empty, not as empty sequences.
+  e->set_tails(nullptr);
+  e->set_heads(nullptr);
   Path back = read_back<Path>(bytes_of(*p));
   ASSERT_TRUE(back.has_extend_path_component());
   EXPECT_FALSE(back.get_extend_path_component()->get_tails());
@@ -123,13 +102,7 @@ TEST(ModelArchiveImage, LayerListsInArchiveOrder) {
   ByteImage img;
   img.i32(4).f32(1.5f).f32(0.2f).i32(2).f32(0.5f).f32(1.0f);
   for (int i = 1; i <= 8; ++i) img.i32(1).i32(0).f32(-1.0f).f32(0).raw(ints({i, 0, 0, 0}).bytes());
-  const std::string b = bytes_of(l);
-  EXPECT_EQ(b, img.bytes());
-  Layer back = read_back<Layer>(b);
-  EXPECT_EQ(qxtest::path_counts(back), "1,1,1,1,1,1,1,1");
-  EXPECT_EQ(back.get_small_region_path(0)->get_id(), 8);
-  EXPECT_EQ(back.get_raft_path(0)->get_id(), 7);
-  EXPECT_EQ(back.get_extraShell_offsets(), (std::vector<float>{0.5f, 1.0f}));
+  EXPECT_EQ(bytes_of(l), img.bytes());
 }
 
 TEST(ModelArchiveRead, ExistingContentIsReplaced) {
@@ -144,7 +117,6 @@ TEST(ModelArchiveRead, ExistingContentIsReplaced) {
   EXPECT_TRUE(target.get_extraShell_offsets().empty());
   EXPECT_EQ(target.get_id(), -1);
   EXPECT_EQ(target.get_flags(), 1u);  // not part of the format
-
   Entity e;
   e.add_layer(std::make_shared<Layer>());
   std::istringstream is2(bytes_of(Entity()));
@@ -164,141 +136,28 @@ TEST(ModelArchiveRead, UnknownComponentKindEndsItsEntry) {
   EXPECT_FALSE(h.has_failed());
 }
 
-// ---- round trips of random models
-
-class RandomModel {
- public:
-  explicit RandomModel(unsigned seed) : rng_(seed) {}
-
-  std::shared_ptr<Entity> entity() {
-    auto e = std::make_shared<Entity>();
-    e->set_craft_type(static_cast<CraftType>(pick(0, 3)));
-    e->set_platform_height(real());
-    for (int i = pick(0, 4); i > 0; --i) e->add_layer(layer());
-    return e;
-  }
-
-  std::shared_ptr<Layer> layer() {
-    auto l = std::make_shared<Layer>();
-    l->set_id(pick(-1, 100));
-    l->set_z(real());
-    l->set_thickness(real());
-    std::vector<float> offsets(static_cast<std::size_t>(pick(0, 3)));
-    for (float& f : offsets) f = real();
-    l->set_extraShell_offsets(offsets);
-    for (auto* list : qxtest::path_lists(*l)) {
-      for (int i = pick(0, 3); i > 0; --i) list->push_back(path());
-    }
-    return l;
-  }
-
-  std::shared_ptr<Path> path() {
-    auto p = std::make_shared<Path>();
-    p->set_type(static_cast<PathType>(pick(0, 32)));
-    p->set_z(real());
-    p->set_width(real());
-    p->set_id(pick(-1, 50));
-    p->set_points(seq(pick(0, 30)));
-    const int colours = pick(0, 2);  // none, an empty sequence, or one per point
-    if (colours > 0) {
-      auto c = std::make_shared<ColorVector>();
-      for (std::size_t i = 0; colours == 2 && i < p->get_vn(); ++i) {
-        c->push_back(Color3f(real(), real(), real()));
-      }
-      p->set_colors(c);
-    }
-    if (pick(0, 1)) {
-      auto c = std::make_shared<ExtraShellComponent>();
-      c->set_extraShell_id(pick(-1, 9));
-      c->set_small_region(pick(0, 1) == 1);
-      p->set_extra_shell_component(c);
-    }
-    if (pick(0, 1)) {
-      auto c = std::make_shared<ExtendPathComponent>();
-      if (pick(0, 1)) c->set_tails(seq(pick(1, 4)));
-      if (pick(0, 1)) c->set_heads(seq(pick(1, 4)));
-      p->set_extend_path_component(c);
-    }
-    return p;
-  }
-
- private:
-  int pick(int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng_); }
-  float real() { return std::uniform_real_distribution<float>(-500.0f, 500.0f)(rng_); }
-  std::shared_ptr<Point2Vector> seq(int n) {
-    auto v = std::make_shared<Point2Vector>();
-    for (int i = 0; i < n; ++i) v->emplace_back(real(), real());
-    return v;
-  }
-  std::mt19937 rng_;
-};
-
-// Reading is checked through writing: the exact images above pin the writer, so a read
-// object that writes the same bytes holds every field of the original.
-class ModelArchiveRoundTrip : public ::testing::TestWithParam<unsigned> {};
-
-TEST_P(ModelArchiveRoundTrip, EntityThroughStandardStreams) {
-  const auto e = RandomModel(GetParam()).entity();
-  std::istringstream is(bytes_of(*e));
-  Entity back;
-  is >> back;
-  EXPECT_FALSE(is.fail());
-  EXPECT_EQ(is.peek(), std::char_traits<char>::eof());  // everything consumed
-  EXPECT_EQ(bytes_of(back), bytes_of(*e));
-}
-
-TEST_P(ModelArchiveRoundTrip, ObjectsBackToBackOnOneHandle) {
-  RandomModel gen(GetParam() + 1000);
-  const auto path = gen.path();
-  const auto layer = gen.layer();
-  Point2Vector pv{{1, 2}, {3, 4}};
+// A path, a layer whose small fields and blocks outgrow the gathering buffer, and plain
+// points past the first growth step of a stream of unknown size, back to back on one handle.
+TEST(ModelArchiveRead, ObjectsBackToBackOnOneHandle) {
+  Layer layer;
+  for (int i = 0; i < 40; ++i) layer.add_fill_path(qxtest::make_path(std::vector<Point2>(20)));
+  const std::vector<Point2> many(10000, Point2(1.5f, 2.5f));
   std::stringstream ss;
-  WriteAble(ss) << *path << *layer << pv;
+  WriteAble(ss) << *two_point_path() << layer << many;
+  qxtest::ForwardOnlyBuffer buf(ss.str());
+  std::istream in(&buf);
   Path path_back;
   Layer layer_back;
-  std::vector<Point2> pv_back;
-  ReadAble in(ss);
-  in >> path_back >> layer_back >> pv_back;
-  EXPECT_FALSE(in.has_failed());
-  EXPECT_EQ(bytes_of(path_back), bytes_of(*path));
-  EXPECT_EQ(bytes_of(layer_back), bytes_of(*layer));
-  EXPECT_EQ(bytes_of(pv_back), bytes_of(static_cast<std::vector<Point2>>(pv)));
+  std::vector<Point2> many_back, again;
+  ReadAble(in) >> path_back >> layer_back >> many_back;
+  EXPECT_FALSE(in.fail());
+  EXPECT_EQ(bytes_of(path_back) + bytes_of(layer_back) + bytes_of(many_back), ss.str());
+  std::istringstream plain(bytes_of(many));
+  plain >> again;
+  EXPECT_EQ(again.size(), 10000u);
 }
-
-INSTANTIATE_TEST_SUITE_P(Seeds, ModelArchiveRoundTrip, ::testing::Range(1u, 13u));
 
 // ---- damaged input
-
-// The image of a random entity, cut at every length: reading never fails hard, the
-// stream reports the cut, and every layer that came back is one of the original.
-TEST(ModelArchiveDamaged, TruncatedEntityStopsCleanly) {
-  RandomModel gen(77);
-  auto e = gen.entity();
-  while (e->get_layer_size() < 2) e->add_layer(gen.layer());
-  const std::string full = bytes_of(*e);
-  for (std::size_t len = 0; len < full.size(); ++len) {
-    std::istringstream is(full.substr(0, len));
-    Entity back;
-    ReadAble h(is);
-    back.read_archive(h);
-    ASSERT_TRUE(h.has_failed()) << len;
-    ASSERT_LT(back.get_layer_size(), e->get_layer_size()) << len;
-    for (std::size_t i = 0; i < back.get_layer_size(); ++i) {
-      EXPECT_EQ(bytes_of(*back.get_layer(i)), bytes_of(*e->get_layer(i))) << len;
-    }
-  }
-}
-
-TEST(ModelArchiveDamaged, TruncatedPointBlockKeepsTheCompletePoints) {
-  // Count 5, two and a half points delivered.
-  std::istringstream is(ByteImage().i32(5).f32(1).f32(2).f32(3).f32(4).f32(5).bytes());
-  Point2Vector v{{9, 9}};
-  ReadAble h(is);
-  v.read_archive(h);
-  ASSERT_EQ(v.size(), 2u);
-  EXPECT_EQ(v[1].y, 4.0f);
-  EXPECT_TRUE(h.has_failed());
-}
 
 constexpr std::int32_t kHuge = 0x7FFFFFFF;
 
@@ -335,17 +194,6 @@ TEST(ModelArchiveDamaged, HugeCountsAllocateNoMoreThanTheStreamHolds) {
   }
 }
 
-TEST(ModelArchiveDamaged, NegativeCountsReadAsNothing) {
-  std::istringstream is(ints({0, 0, 1, 0, 0, 0, -3, -1, -7, 0, 0, 0, 0, 0, 0}).bytes());
-  Entity e;
-  ReadAble h(is);
-  e.read_archive(h);
-  ASSERT_EQ(e.get_layer_size(), 1u);
-  EXPECT_TRUE(e.get_layer(0)->get_extraShell_offsets().empty());
-  EXPECT_EQ(e.get_layer(0)->get_boundary_path_size(), 0u);
-  EXPECT_FALSE(h.has_failed());
-}
-
 // A stream that cannot seek or tell: its size is unknown, so blocks grow step by step.
 TEST(ModelArchiveDamaged, UnknownSizeStreamsStillStopCleanly) {
   qxtest::ForwardOnlyBuffer buf(ByteImage().i32(kHuge).f32(1).f32(2).bytes());
@@ -354,18 +202,6 @@ TEST(ModelArchiveDamaged, UnknownSizeStreamsStillStopCleanly) {
   is >> v;
   EXPECT_TRUE(is.fail());
   EXPECT_LT(v.capacity(), 1u << 20);
-
-  // A complete image reads fine without a size, points past the first growth step too.
-  const auto e = RandomModel(5).entity();
-  const std::vector<Point2> many(10000, Point2(1.5f, 2.5f));
-  qxtest::ForwardOnlyBuffer buf2(bytes_of(*e) + bytes_of(many));
-  std::istream is2(&buf2);
-  Entity back;
-  std::vector<Point2> many_back;
-  is2 >> back >> many_back;
-  EXPECT_FALSE(is2.fail());
-  EXPECT_EQ(bytes_of(back), bytes_of(*e));
-  EXPECT_EQ(bytes_of(many_back), bytes_of(many));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include "quorvex/baseType/Entity.h"
 #include "support/ModelSamples.h"
@@ -23,25 +24,6 @@ TEST(Path, ResizeKeepsColoursInStepAndLeavesFlags) {
   p.resize_vn(5);
   EXPECT_EQ(p.get_colors()->size(), 5u);
   EXPECT_EQ(p.get_flags()->size(), 7u);
-}
-
-// Copies share the sequences but not the handles, for paths and for layers alike.
-TEST(Path, CopiesShareSequencesButNotHandles) {
-  Path source = *make_path({{1, 2}, {3, 4}});
-  Path copy = source;
-  copy.get_point(0).x = 9.0f;
-  EXPECT_EQ(source.get_point(0).x, 9.0f);
-  copy.set_points(std::make_shared<Point2Vector>(Point2Vector{{5, 5}}));
-  copy.set_id(4);
-  EXPECT_EQ(source.get_vn(), 2u);
-  EXPECT_EQ(source.get_id(), -1);
-
-  Layer layer = qxtest::layer_with_every_list();
-  Layer layer_copy = layer;
-  layer_copy.add_fill_path(make_path({{1, 1}}));
-  layer_copy.get_boundary_path(0)->set_id(42);
-  EXPECT_EQ(layer.get_fill_path_size(), 1u);
-  EXPECT_EQ(layer.get_boundary_path(0)->get_id(), 42);
 }
 
 TEST(Path, CheckedAccessRaisesOutOfRange) {
@@ -99,33 +81,28 @@ TEST(Layer, ClearAllPathsKeepsSmallRegionsOffsetsAndFlags) {
   EXPECT_TRUE(l.is_region_numbered());
 }
 
-struct ClearCase {
-  int start;
-  int every;
-  const char* kept;  // one character per layer: 1 keeps its paths
-};
-class EntityClearLayersEvery : public ::testing::TestWithParam<ClearCase> {};
-TEST_P(EntityClearLayersEvery, KeepsTheStatedLayers) {
-  Entity e;
-  for (int i = 0; i < 10; ++i) {
-    auto l = std::make_shared<Layer>();
-    l->add_fill_path(make_path({{0, 0}}));
-    l->add_small_region_path(make_path({{0, 0}}));
-    e.add_layer(l);
+// Each row: start, step, and one character per layer, 1 where the layer keeps its paths.
+TEST(Entity, ClearLayersEveryKeepsTheStatedLayersAndSmallRegions) {
+  const std::tuple<int, int, std::string> cases[] = {{2, 2, "0010010010"},  {0, 1, "1010101010"},
+                                                     {3, 0, "0001111111"},  {20, 1, "0000000000"},
+                                                     {-1, 1, "1111111111"}, {0, -1, "1111111111"}};
+  for (const auto& [start, every, want] : cases) {
+    Entity e;
+    for (int i = 0; i < 10; ++i) {
+      auto l = std::make_shared<Layer>();
+      l->add_fill_path(make_path({{0, 0}}));
+      l->add_small_region_path(make_path({{0, 0}}));
+      e.add_layer(l);
+    }
+    e.clear_layers_every(start, every);
+    std::string kept;
+    for (std::size_t i = 0; i < e.get_layer_size(); ++i) {
+      kept += e.get_layer(i)->get_fill_path_size() == 1 ? '1' : '0';
+      EXPECT_EQ(e.get_layer(i)->get_small_region_path_size(), 1u);
+    }
+    EXPECT_EQ(kept, want) << start << " " << every;
   }
-  e.clear_layers_every(GetParam().start, GetParam().every);
-  std::string kept;
-  for (std::size_t i = 0; i < e.get_layer_size(); ++i) {
-    kept += e.get_layer(i)->get_fill_path_size() == 1 ? '1' : '0';
-    EXPECT_EQ(e.get_layer(i)->get_small_region_path_size(), 1u);
-  }
-  EXPECT_EQ(kept, GetParam().kept);
 }
-INSTANTIATE_TEST_SUITE_P(
-    Table, EntityClearLayersEvery,
-    ::testing::Values(ClearCase{2, 2, "0010010010"}, ClearCase{0, 1, "1010101010"},
-                      ClearCase{3, 0, "0001111111"}, ClearCase{20, 1, "0000000000"},
-                      ClearCase{-1, 1, "1111111111"}, ClearCase{0, -1, "1111111111"}));
 
 }  // namespace
 }  // namespace Quorvex

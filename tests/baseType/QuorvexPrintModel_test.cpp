@@ -19,19 +19,17 @@ TEST(QuorvexPrintModel, OneLayerOfElevenClosedOuterLoops) {
   EXPECT_EQ(layer->get_id(), 0);
   EXPECT_EQ(layer->get_thickness(), 0.2f);
   EXPECT_EQ(qxtest::path_counts(*layer), "11,0,0,0,0,0,0,0");
-
   // Point counts the model promises its callers.
   const std::size_t points[11] = {5, 35, 58, 38, 39, 32, 83, 100, 146, 28, 28};
   for (std::size_t i = 0; i < 11; ++i) {
-    auto path = layer->get_boundary_path(i);
-    SCOPED_TRACE(i);
-    EXPECT_EQ(path->get_id(), static_cast<int>(i));
-    EXPECT_EQ(path->get_type(), PATH_TYPE_OUTER);
-    EXPECT_EQ(path->get_width(), 0.2f);
-    EXPECT_EQ(path->get_z(), 0.0f);
-    ASSERT_EQ(path->get_vn(), points[i]);
-    EXPECT_EQ(path->get_point(0).x, path->get_point(path->get_vn() - 1).x);
-    EXPECT_EQ(path->get_point(0).y, path->get_point(path->get_vn() - 1).y);
+    const Path& p = *layer->get_boundary_path(i);
+    EXPECT_TRUE(p.get_id() == int(i) && p.get_type() == PATH_TYPE_OUTER && p.get_width() == 0.2f &&
+                p.get_z() == 0.0f)
+        << i;
+    ASSERT_EQ(p.get_vn(), points[i]);
+    EXPECT_TRUE(p.get_point(0).x == p.get_point(p.get_vn() - 1).x &&
+                p.get_point(0).y == p.get_point(p.get_vn() - 1).y)
+        << i;  // closed
   }
   const Point2& first = layer->get_boundary_path(0)->get_point(0);
   EXPECT_EQ(first.x, 20.0f);

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <ostream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "quorvex/baseType/Layer.h"
@@ -18,12 +18,8 @@ using Ids = std::vector<int>;
 using PathList = std::vector<std::shared_ptr<Path>>;
 using Warnings = qxtest::LogLines;
 
-std::shared_ptr<Path> outer(float x0, float y0, float x1, float y1) {
-  return qxtest::outer_rect(x0, y0, x1, y1);
-}
-std::shared_ptr<Path> hole(float x0, float y0, float x1, float y1) {
-  return qxtest::hole_rect(x0, y0, x1, y1);
-}
+const auto outer = &qxtest::outer_rect;
+const auto hole = &qxtest::hole_rect;
 std::shared_ptr<Path> triangle(Point2 a, Point2 b, Point2 c) {
   return qxtest::make_path({a, b, c}, PATH_TYPE_OUTER);
 }
@@ -41,21 +37,6 @@ std::shared_ptr<Path> shell(int level, Point2 start) {
 }
 
 // ---- finding regions ----
-
-TEST(RegionNumberingTest, TwoSquaresWithAHoleInTheSecond) {
-  for (bool hole_first : {false, true}) {
-    Layer layer;
-    auto a = outer(0, 0, 10, 10);
-    auto b = outer(20, 0, 30, 10);
-    auto h = hole(22, 2, 28, 8);
-    layer.get_boundary_paths() = hole_first ? PathList{h, a, b} : PathList{a, b, h};
-    layer.get_fill_paths() = {stroke({5, 5}), stroke({21, 1})};
-    EXPECT_TRUE(layer.number_region());
-    EXPECT_EQ(ids_of({a, b, h}), (Ids{0, 1, 1})) << hole_first;
-    EXPECT_EQ(ids_of(layer.get_fill_paths()), (Ids{0, 1})) << hole_first;
-    EXPECT_TRUE(layer.is_region_numbered());
-  }
-}
 
 // A small square stands in the hole of a larger one; both are outer loops. Strokes in the
 // small square, in the ring, on the small loop, on the big loop and on the hole's edge,
@@ -127,10 +108,15 @@ TEST(RegionNumberingTest, StraysNumberAboveAllRegions) {
                                                    "layer 3 invalid path found: 3"}));
 }
 
-TEST(RegionNumberingTest, EmptyPathsKeepTheirIdsWithAWarning) {
+// Empty paths keep their ids with a warning; so do boundaries of other types, support and
+// raft paths, without one.
+TEST(RegionNumberingTest, EmptyPathsAndOtherListsKeepTheirIds) {
   Warnings log(google::GLOG_WARNING);
   Layer layer;
-  layer.add_boundary_path(outer(0, 0, 10, 10));
+  auto plain = with_id(qxtest::make_path({{1, 1}, {2, 1}, {2, 2}, {1, 2}}), 99);
+  layer.get_boundary_paths() = {outer(0, 0, 10, 10), plain};
+  layer.add_support_path(with_id(stroke({5, 5}), 50));
+  layer.add_raft_path(with_id(stroke({5, 5}), 51));
   layer.add_fill_path(with_id(std::make_shared<Path>(), 11));  // no point sequence at all
   layer.add_small_region_path(qxtest::make_path({}, PATH_TYPE_NONE, -1, 12));
   layer.add_thinWalledFill_path(qxtest::make_path({}, PATH_TYPE_NONE, -1, 13));
@@ -138,6 +124,7 @@ TEST(RegionNumberingTest, EmptyPathsKeepTheirIdsWithAWarning) {
   EXPECT_EQ(layer.get_fill_path(0)->get_id(), 11);
   EXPECT_EQ(layer.get_small_region_path(0)->get_id(), 12);
   EXPECT_EQ(layer.get_thinWalledFill_path(0)->get_id(), 13);
+  EXPECT_EQ(ids_of({plain, layer.get_support_path(0), layer.get_raft_path(0)}), (Ids{99, 50, 51}));
   EXPECT_EQ(log.lines(), std::vector<std::string>(3, "empty path found"));
 }
 
@@ -152,18 +139,6 @@ TEST(RegionNumberingTest, LayerWithoutBoundaries) {
   EXPECT_EQ(layer.get_small_region_path(0)->get_id(), 1);
   EXPECT_EQ(layer.get_thinWalledFill_path(0)->get_id(), -1);
   EXPECT_EQ(layer.get_sharpAngle_paths()[0]->get_id(), -1);
-}
-
-TEST(RegionNumberingTest, OtherListsAndTypesAreLeftAlone) {
-  Layer layer;
-  auto plain = with_id(qxtest::make_path({{1, 1}, {2, 1}, {2, 2}, {1, 2}}), 99);
-  layer.get_boundary_paths() = {outer(0, 0, 10, 10), plain};
-  layer.add_support_path(with_id(stroke({5, 5}), 50));
-  layer.add_raft_path(with_id(stroke({5, 5}), 51));
-  layer.number_region();
-  EXPECT_EQ(plain->get_id(), 99);
-  EXPECT_EQ(layer.get_support_path(0)->get_id(), 50);
-  EXPECT_EQ(layer.get_raft_path(0)->get_id(), 51);
 }
 
 TEST(RegionNumberingTest, BoundaryWithoutPointsIsSurvived) {
@@ -186,59 +161,27 @@ TEST(RegionNumberingTest, BoundaryWithoutPointsIsSurvived) {
 
 // ---- the walk by proximity ----
 
-TEST(RegionNumberingTest, PointOnALoopWinsOverAnEarlierWidenedBox) {
-  Layer layer;
-  // Region 1 is a triangle whose box holds the point, which lies on no edge of it.
-  layer.get_boundary_paths() = {outer(100, 100, 110, 110), triangle({0, 0}, {20, 0}, {0, 20}),
-                                outer(12, 12, 18, 18)};
-  layer.add_sharpAngle_paths(stroke({12, 15}));
-  layer.number_region();
-  EXPECT_EQ(layer.get_sharpAngle_paths()[0]->get_id(), 2);
+// Layout 0: a triangle whose box reaches (40, 10) and (50, 0) but whose loop does not. Layout
+// 1: a triangle whose box holds a point on no edge of it, which lies on a later loop. Layout
+// 2: a triangle whose box holds everything, though its loop touches none of it: every loop of
+// a region is asked, the hole too. Ties go to the lower id.
+TEST(RegionNumberingTest, NearestWidenedBoxOrLoop) {
+  const std::vector<std::shared_ptr<Path>> layouts[] = {
+      {outer(0, 0, 10, 10), outer(20, 0, 30, 10), triangle({40, 0}, {50, 10}, {40, 10})},
+      {outer(100, 100, 110, 110), triangle({0, 0}, {20, 0}, {0, 20}), outer(12, 12, 18, 18)},
+      {triangle({0, 0}, {40, 0}, {0, 40}), outer(10, 0, 20, 10), hole(12, 2, 18, 8)}};
+  const std::tuple<int, Point2, int> cases[] = {
+      {0, {5, 5}, 0},   {0, {48, 2}, 2},    {0, {12, 5}, 0},  {0, {18, 5}, 1},
+      {0, {15, 5}, 0},  {0, {25, -100}, 1}, {0, {52, 12}, 2}, {0, {10.0001f, 5}, 0},
+      {1, {12, 15}, 2}, {2, {15, 2}, 1}};
+  for (const auto& [layout, q, id] : cases) {
+    Layer layer;
+    for (const auto& loop : layouts[layout]) layer.add_boundary_path(std::make_shared<Path>(*loop));
+    layer.add_thinWalledFill_path(stroke(q));
+    layer.number_region();
+    EXPECT_EQ(layer.get_thinWalledFill_path(0)->get_id(), id) << q.x << "," << q.y;
+  }
 }
-
-TEST(RegionNumberingTest, EveryLoopOfARegionIsAskedByProximity) {
-  Layer layer;
-  // Region 0 is a triangle whose box holds everything below, though its loop touches none
-  // of it: were only opening loops asked, its box at distance 0 would win.
-  layer.get_boundary_paths() = {triangle({0, 0}, {40, 0}, {0, 40}), outer(10, 0, 20, 10),
-                                hole(12, 2, 18, 8)};
-  layer.add_thinWalledFill_path(stroke({15, 2}));  // on the hole
-  layer.number_region();
-  EXPECT_EQ(ids_of(layer.get_boundary_paths()), (Ids{0, 1, 1}));
-  EXPECT_EQ(layer.get_thinWalledFill_path(0)->get_id(), 1);
-}
-
-struct NearestCase {
-  std::string name;
-  Point2 q;
-  int id;
-};
-
-void PrintTo(const NearestCase& c, std::ostream* os) { *os << c.name; }
-
-class NearestBoxTest : public ::testing::TestWithParam<NearestCase> {};
-
-TEST_P(NearestBoxTest, NearestWidenedBox) {
-  Layer layer;
-  // A triangle: its box reaches (40, 10) and (50, 0) but its loop does not.
-  layer.get_boundary_paths() = {outer(0, 0, 10, 10), outer(20, 0, 30, 10),
-                                triangle({40, 0}, {50, 10}, {40, 10})};
-  layer.add_thinWalledFill_path(stroke(GetParam().q));
-  layer.number_region();
-  EXPECT_EQ(layer.get_thinWalledFill_path(0)->get_id(), GetParam().id);
-}
-
-INSTANTIATE_TEST_SUITE_P(Points, NearestBoxTest,
-                         ::testing::Values(NearestCase{"inside_first", {5, 5}, 0},
-                                           NearestCase{"inside_box_off_loop", {48, 2}, 2},
-                                           NearestCase{"nearer_first", {12, 5}, 0},
-                                           NearestCase{"nearer_second", {18, 5}, 1},
-                                           NearestCase{"tie_goes_to_lower", {15, 5}, 0},
-                                           NearestCase{"far_below_second", {25, -100}, 1},
-                                           NearestCase{"diagonal_nearer_third", {52, 12}, 2},
-                                           NearestCase{
-                                               "just_outside_margin_of_first", {10.0001f, 5}, 0}),
-                         [](const auto& info) { return info.param.name; });
 
 // ---- last points ----
 
@@ -255,7 +198,6 @@ TEST(LastPointsTest, HighestShellLevelPerRegion) {
   layer.get_extraShell_paths() = {shell(0, {1, 1}),  s1a, shell(-1, {1, 9}), s1b, shell(0, {9, 1}),
                                   shell(-2, {21, 1})};
   layer.number_region();
-
   LastPoints last;
   ASSERT_TRUE(layer.get_last_points(last));
   // Region 0: the two loops of level 1, in list order. Region 1 has no shell of level 0
@@ -272,18 +214,6 @@ TEST(LastPointsTest, UnnumberedBoundaryGivesFalse) {
   // What had come before the refusal stays.
   ASSERT_EQ(last.size(), 1u);
   EXPECT_EQ(last[0].size(), 1u);
-}
-
-TEST(LastPointsTest, GapsInRegionNumbersGiveEmptyEntries) {
-  Layer layer;
-  layer.add_boundary_path(with_id(outer(0, 0, 10, 10), 2));
-  layer.add_extraShell_path(with_id(shell(3, {1, 1}), 9));  // beyond every region: ignored
-  LastPoints last;
-  ASSERT_TRUE(layer.get_last_points(last));
-  ASSERT_EQ(last.size(), 3u);
-  EXPECT_TRUE(last[0].empty());
-  EXPECT_TRUE(last[1].empty());
-  EXPECT_EQ(last[2].size(), 1u);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 #include <vector>
 
@@ -31,7 +32,7 @@ struct Fixture {
   Entity entity;
   std::shared_ptr<Layer> layer = std::make_shared<Layer>();
   BaseTriMesh mesh;
-  Fixture(float thickness = 0.2f) {
+  explicit Fixture(float thickness = 0.2f) {
     layer->set_thickness(thickness);
     entity.add_layer(layer);
   }
@@ -40,23 +41,17 @@ struct Fixture {
   }
 };
 
-void expect_quad_faces(const BaseTriMesh& mesh, std::size_t quad) {
-  const int b = static_cast<int>(4 * quad);
-  EXPECT_EQ(mesh.get_face(2 * quad), BaseTriFace(b, b + 1, b + 2));
-  EXPECT_EQ(mesh.get_face(2 * quad + 1), BaseTriFace(b, b + 2, b + 3));
-}
-
 TEST(EntityToMesh, NoLayersClearsAndEnablesColours) {
   Entity entity;
   BaseTriMesh mesh;
   mesh.set_vCoords({Vector3f(1, 1, 1)});
   mesh.set_faces({BaseTriFace(0, 0, 0)});
   EXPECT_EQ(convert_entity_to_baseTriMesh_with_color(entity, mesh, 0.4f, 0.0f), RETVAL_OK);
-  EXPECT_EQ(mesh.get_vn(), 0u);
-  EXPECT_EQ(mesh.get_fn(), 0u);
+  EXPECT_EQ(mesh.get_vn() + mesh.get_fn(), 0u);
   EXPECT_TRUE(mesh.is_vColor_enabled());
 }
 
+// One quad per edge, the closing one too, 1.2 layer thicknesses high about the path's height.
 TEST(EntityToMesh, BoundaryTriangleMakesThreeClosedWalls) {
   Fixture f(0.25f);
   f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(2, 0), Point2(0, 3)}, 1.0f));
@@ -66,139 +61,100 @@ TEST(EntityToMesh, BoundaryTriangleMakesThreeClosedWalls) {
   const auto w = static_cast<float>(0.25f * 1.2);
   const auto low = static_cast<float>(1.0f - static_cast<double>(w) * 0.5);
   const auto high = static_cast<float>(1.0f + static_cast<double>(w) * 0.5);
-  // The closing wall, from the last point back to the first.
-  const std::vector<Vector3f> coords(f.mesh.get_vCoords().begin() + 8, f.mesh.get_vCoords().end());
-  EXPECT_EQ(coords, (std::vector<Vector3f>{{0, 3, low}, {0, 0, low}, {0, 0, high}, {0, 3, high}}));
+  const std::vector<Vector3f> closing(f.mesh.get_vCoords().begin() + 8, f.mesh.get_vCoords().end());
+  EXPECT_EQ(closing, (std::vector<Vector3f>{{0, 3, low}, {0, 0, low}, {0, 0, high}, {0, 3, high}}));
   for (std::size_t i = 8; i < 12; ++i)
     EXPECT_EQ(f.mesh.get_vColor(i), colour(i == 8 || i == 11 ? 2 : 0));
-  EXPECT_EQ(f.mesh.get_vCoord(1), Vector3f(2, 0, low));
-  for (std::size_t q = 0; q < 3; ++q) expect_quad_faces(f.mesh, q);
+  for (int q = 0; q < 3; ++q) {
+    EXPECT_EQ(f.mesh.get_face(2 * q), BaseTriFace(4 * q, 4 * q + 1, 4 * q + 2));
+    EXPECT_EQ(f.mesh.get_face(2 * q + 1), BaseTriFace(4 * q, 4 * q + 2, 4 * q + 3));
+  }
 }
 
-TEST(EntityToMesh, ZeroThicknessWallsLieAtTheirHeight) {
-  Fixture f(0.0f);
-  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(1, 0)}, 0.3f));
-  f.run();
-  ASSERT_EQ(f.mesh.get_vn(), 8u);
-  for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(f.mesh.get_vCoord(i).z(), 0.3f);
-}
-
-TEST(EntityToMesh, RibbonLiesRightOfTravelAndRunsCounterClockwise) {
-  Fixture f;
-  f.layer->add_extraShell_path(make_path({Point2(0, 0), Point2(4, 0)}, 2.0f));
-  f.run(0.5f);
-  // Two ribbons: there and back along the closed two-point loop.
-  ASSERT_EQ(f.mesh.get_vn(), 8u);
-  const std::vector<Vector3f> first(f.mesh.get_vCoords().begin(), f.mesh.get_vCoords().begin() + 5);
-  EXPECT_EQ(first,
-            (std::vector<Vector3f>{
-                {0, -0.25f, 2}, {4, -0.25f, 2}, {4, 0.25f, 2}, {0, 0.25f, 2}, {4, 0.25f, 2}}));
+// Half the width right of the direction of travel, in the float steps of the offset, the
+// faces turning counter-clockwise; the fourth argument changes nothing.
+TEST(EntityToMesh, RibbonOffsetFollowsTheFloatSteps) {
+  Fixture f, g;
+  for (Fixture* x : {&f, &g}) {
+    x->layer->add_fill_path(
+        make_path({Point2(0.1f, 0.2f), Point2(3.7f, -1.3f)}, 0.3f, PATH_TYPE_FILL_POLYLINE_0));
+  }
+  f.run(0.45f);
+  g.run(0.45f, 123.0f);
+  const float dx = 3.7f - 0.1f, dy = -1.3f - 0.2f;
+  const float len = std::sqrt(dx * dx + dy * dy);
+  const auto s = static_cast<float>(static_cast<double>(0.45f) * 0.5 / len);
+  EXPECT_EQ(f.mesh.get_vCoord(0), Vector3f(0.1f + dy * s, 0.2f + -dx * s, 0.3f));
+  EXPECT_EQ(f.mesh.get_vCoord(2), Vector3f(3.7f - dy * s, -1.3f - -dx * s, 0.3f));
   EXPECT_EQ(f.mesh.get_vColor(0), colour(0));
   EXPECT_EQ(f.mesh.get_vColor(2), colour(1));
   EXPECT_GT(f.mesh.get_fNrv(0).z(), 0.0f);
-  EXPECT_GT(f.mesh.get_fNrv(1).z(), 0.0f);
+  EXPECT_EQ(f.mesh.get_vCoords(), g.mesh.get_vCoords());
 }
 
-TEST(EntityToMesh, ZeroLengthPiecesAddNothing) {
-  Fixture f;
-  f.layer->add_extraShell_path(make_path({Point2(1, 1)}, 0.0f));
-  f.layer->add_extraShell_path(make_path({Point2(0, 0), Point2(0, 0), Point2(1, 0)}, 0.0f));
-  f.run();
-  // Of the closed loop (0,0) (0,0) (1,0): the pieces 1-2 and 2-0 remain.
-  EXPECT_EQ(f.mesh.get_vn(), 8u);
-  EXPECT_EQ(f.mesh.get_vColor(0), colour(1));
-  EXPECT_EQ(f.mesh.get_vColor(4), colour(2));
-}
-
-TEST(EntityToMesh, FillSegmentsTakePairsAndPolylinesEveryPiece) {
+// Segment fills take pairs, other fills every piece; shells are closed loops; pieces of zero
+// length and fills of fewer than two points add nothing.
+TEST(EntityToMesh, RibbonsPerPathKind) {
   const std::vector<Point2> pts = {Point2(0, 0), Point2(1, 0), Point2(1, 1), Point2(2, 1),
                                    Point2(2, 2)};
-  for (const auto& [type, ribbons] :
-       std::vector<std::pair<PathType, std::size_t>>{{PATH_TYPE_FILL_SEGMENTS_0, 2},
-                                                     {PATH_TYPE_FILL_SEGMENTS_3, 2},
-                                                     {PATH_TYPE_FILL_OTHER, 4},
-                                                     {PATH_TYPE_FILL_POLYLINE_0, 4},
-                                                     {PATH_TYPE_OUTER, 4}}) {
+  const std::vector<Point2> dup = {Point2(0, 0), Point2(0, 0), Point2(1, 0)};
+  const struct {
+    bool shell;
+    PathType type;
+    std::vector<Point2> points;
+    std::size_t ribbons;
+    int first_colour;
+  } cases[] = {{false, PATH_TYPE_FILL_SEGMENTS_0, pts, 2, 0},
+               {false, PATH_TYPE_FILL_SEGMENTS_3, pts, 2, 0},
+               {false, PATH_TYPE_FILL_OTHER, pts, 4, 0},
+               {false, PATH_TYPE_FILL_POLYLINE_0, pts, 4, 0},
+               {false, PATH_TYPE_OUTER, pts, 4, 0},
+               {false, PATH_TYPE_FILL_POLYLINE_0, {Point2(0, 0)}, 0, 0},
+               {true, PATH_TYPE_OUTER, {Point2(1, 1)}, 0, 0},
+               {true, PATH_TYPE_OUTER, dup, 2, 1}};
+  for (const auto& c : cases) {
     Fixture f;
-    f.layer->add_fill_path(make_path(pts, 0.5f, type));
+    auto path = make_path(c.points, 0.5f, c.type);
+    c.shell ? f.layer->add_extraShell_path(path) : f.layer->add_fill_path(path);
     f.run();
-    EXPECT_EQ(f.mesh.get_fn(), 2 * ribbons) << type;
-    if (ribbons == 2) {
-      // The second ribbon is the pair (2, 3); point 4 is nobody's.
+    ASSERT_EQ(f.mesh.get_fn(), 2 * c.ribbons) << c.type << " " << c.shell;
+    if (c.ribbons > 0) {
+      EXPECT_EQ(f.mesh.get_vColor(0), colour(c.first_colour));
+    }
+    if (c.ribbons == 2 && !c.shell) {  // the second pair is (2, 3); point 4 is nobody's
       EXPECT_EQ(f.mesh.get_vColor(4), colour(2));
       EXPECT_EQ(f.mesh.get_vColor(5), colour(3));
     }
   }
 }
 
-// A one-point boundary is one flat wall; fills of fewer than two points add nothing.
-TEST(EntityToMesh, ShortPaths) {
+// Paths whose colours do not pair up with their points are skipped; walls, shells, then fills
+// of each layer in turn; support and raft paths are not drawn.
+TEST(EntityToMesh, SkippedPathsAndGroupOrder) {
   Fixture f;
-  f.layer->add_fill_path(make_path({Point2(0, 0)}, 0.5f, PATH_TYPE_FILL_POLYLINE_0));
-  f.layer->add_fill_path(make_path({}, 0.5f, PATH_TYPE_FILL_SEGMENTS_0));
-  f.layer->add_boundary_path(make_path({Point2(5, 5)}, 1.0f));
-  f.run();
-  EXPECT_EQ(f.mesh.get_vn(), 4u);
-  EXPECT_EQ(f.mesh.get_fn(), 2u);
-}
-
-TEST(EntityToMesh, PathsWithoutMatchingColoursAreSkipped) {
-  Fixture f;
-  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(1, 0)}, 0.0f, PATH_TYPE_OUTER, 1));
-  auto no_colours = make_path({Point2(0, 0), Point2(1, 0)}, 0.0f);
+  const std::vector<Point2> two = {Point2(0, 0), Point2(1, 0)};
+  f.layer->add_boundary_path(make_path(two, 0.0f, PATH_TYPE_OUTER, 1));
+  auto no_colours = make_path(two, 0.0f);
   no_colours->set_colors(nullptr);
   f.layer->add_boundary_path(no_colours);
   auto no_points = make_path({}, 0.0f);
   no_points->set_points(nullptr);
   f.layer->add_boundary_path(no_points);
-  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(1, 0)}, 7.0f));
-  f.run();
-  EXPECT_EQ(f.mesh.get_vn(), 8u);
-  EXPECT_NEAR(f.mesh.get_vCoord(0).z(), 7.0f, 0.2f);
-}
-
-TEST(EntityToMesh, GroupOrderAndIgnoredLists) {
-  Fixture f;
-  f.layer->add_fill_path(make_path({Point2(0, 0), Point2(1, 0)}, 3.0f, PATH_TYPE_FILL_POLYLINE_0));
-  f.layer->add_extraShell_path(make_path({Point2(0, 0), Point2(1, 0)}, 2.0f));
-  f.layer->add_boundary_path(make_path({Point2(0, 0), Point2(1, 0)}, 1.0f));
-  f.layer->add_support_path(make_path({Point2(0, 0), Point2(1, 0)}, 9.0f));
-  f.layer->add_raft_path(make_path({Point2(0, 0), Point2(1, 0)}, 9.0f));
+  f.layer->add_fill_path(make_path(two, 3.0f, PATH_TYPE_FILL_POLYLINE_0));
+  f.layer->add_extraShell_path(make_path(two, 2.0f));
+  f.layer->add_boundary_path(make_path(two, 1.0f));
+  f.layer->add_support_path(make_path(two, 9.0f));
+  f.layer->add_raft_path(make_path(two, 9.0f));
   auto second = std::make_shared<Layer>();
-  second->add_fill_path(make_path({Point2(0, 0), Point2(1, 0)}, 4.0f, PATH_TYPE_FILL_POLYLINE_0));
+  second->add_fill_path(make_path(two, 4.0f, PATH_TYPE_FILL_POLYLINE_0));
   f.entity.add_layer(second);
   f.run();
   // Walls (2 quads), shell ribbons (2), fill (1), then the second layer's fill (1).
   ASSERT_EQ(f.mesh.get_vn(), 24u);
+  EXPECT_NEAR(f.mesh.get_vCoord(0).z(), 1.0f, 0.2f);
   EXPECT_EQ(f.mesh.get_vCoord(8).z(), 2.0f);
   EXPECT_EQ(f.mesh.get_vCoord(16).z(), 3.0f);
   EXPECT_EQ(f.mesh.get_vCoord(20).z(), 4.0f);
-}
-
-TEST(EntityToMesh, ZeroWidthAndTheFourthArgument) {
-  Fixture a, b;
-  for (Fixture* f : {&a, &b}) {
-    f->layer->add_fill_path(
-        make_path({Point2(0, 0), Point2(3, 4)}, 1.0f, PATH_TYPE_FILL_POLYLINE_0));
-  }
-  a.run(0.0f, 0.0f);
-  b.run(0.0f, 123.0f);
-  ASSERT_EQ(a.mesh.get_vn(), 4u);
-  EXPECT_EQ(a.mesh.get_vCoord(0), a.mesh.get_vCoord(3));
-  EXPECT_EQ(a.mesh.get_fn(), 2u);
-  EXPECT_EQ(a.mesh.get_vCoords(), b.mesh.get_vCoords());
-}
-
-TEST(EntityToMesh, RibbonOffsetFollowsTheFloatSteps) {
-  Fixture f;
-  f.layer->add_fill_path(
-      make_path({Point2(0.1f, 0.2f), Point2(3.7f, -1.3f)}, 0.3f, PATH_TYPE_FILL_POLYLINE_0));
-  f.run(0.45f);
-  const float dx = 3.7f - 0.1f, dy = -1.3f - 0.2f;
-  const float len = std::sqrt(dx * dx + dy * dy);
-  const auto s = static_cast<float>(static_cast<double>(0.45f) * 0.5 / len);
-  EXPECT_EQ(f.mesh.get_vCoord(0), Vector3f(0.1f + dy * s, 0.2f + -dx * s, 0.3f));
-  EXPECT_EQ(f.mesh.get_vCoord(2), Vector3f(3.7f - dy * s, -1.3f - -dx * s, 0.3f));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "quorvex/baseType/QuorvexPrintModel.h"
@@ -61,48 +62,26 @@ TEST(GCode, FillPairsMatchTheWorkedExample) {
             "G1 X0.00 Y1.00 Z0.20\nM103\n(</fill>)\n(</layer>)\n");
 }
 
-struct FillWalkCase {
-  const char* name;
-  int type;
-  std::size_t points;
-  const char* body;  // text between "M101\n" of the travel and the final "M103\n"
-};
-
-class GCodeFillWalk : public ::testing::TestWithParam<FillWalkCase> {};
-
-TEST_P(GCodeFillWalk, WritesTheStatedMoves) {
-  const FillWalkCase& c = GetParam();
-  std::vector<Point2> pts;
-  for (std::size_t i = 0; i < c.points; ++i) pts.emplace_back(static_cast<float>(i), 0.0f);
-  Layer layer;
-  layer.set_z(0.0f);
-  layer.add_fill_path(make_path(pts, static_cast<PathType>(c.type), 1.0f));
-  const std::string text = layer_text(layer, {STRUCTURE_FILL}, 0);
+// Per fill type: the text between the travel's "M101\n" and the final "M103\n".
+TEST(GCode, FillWalksWriteTheStatedMoves) {
+  const std::tuple<int, std::size_t, std::string> cases[] = {
+      {3, 2, "G1 X1 Y0 Z1\n"},  // segments: pairs
+      {4, 3, "G1 X1 Y0 Z1\nM103\nG1 X2 Y0 Z1\nM101\nG1 X2 Y0 Z1\n"},
+      {6, 1, "G1 X0 Y0 Z1\n"},
+      {8, 3, "G1 X1 Y0 Z1\nG1 X2 Y0 Z1\n"},  // polylines: every point
+      {11, 2, "G1 X1 Y0 Z1\n"},
+      {7, 3, ""},  // other fill and outer: the travel only
+      {1, 3, ""}};
   const std::string head = "(<layer> 0)\n(<fill>)\nM103\nG1 Z1\nG1 X0 Y0\nM101\n";
   const std::string tail = "M103\n(</fill>)\n(</layer>)\n";
-  ASSERT_EQ(text.substr(0, head.size()), head);
-  ASSERT_EQ(text.substr(text.size() - tail.size()), tail);
-  EXPECT_EQ(text.substr(head.size(), text.size() - head.size() - tail.size()), c.body);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Walks, GCodeFillWalk,
-    ::testing::Values(FillWalkCase{"SegmentsTwoPoints", 3, 2, "G1 X1 Y0 Z1\n"},
-                      FillWalkCase{"SegmentsThreePoints", 4, 3,
-                                   "G1 X1 Y0 Z1\nM103\nG1 X2 Y0 Z1\nM101\nG1 X2 Y0 Z1\n"},
-                      FillWalkCase{"SegmentsOnePoint", 6, 1, "G1 X0 Y0 Z1\n"},
-                      FillWalkCase{"PolylineAllPoints", 8, 3, "G1 X1 Y0 Z1\nG1 X2 Y0 Z1\n"},
-                      FillWalkCase{"PolylineLastType", 11, 2, "G1 X1 Y0 Z1\n"},
-                      FillWalkCase{"OtherFillTravelOnly", 7, 3, ""},
-                      FillWalkCase{"OuterInFillTravelOnly", 1, 3, ""}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-TEST(GCode, BoundaryOfAnyTypeWritesAllPoints) {
-  Layer layer;
-  layer.add_boundary_path(make_path({{0, 0}, {1, 0}, {2, 0}}, PATH_TYPE_FILL_OTHER));
-  const std::string text = layer_text(layer, {STRUCTURE_BOUNDARY});
-  EXPECT_EQ(count(text, "Y0.00 Z0.20\n"), 2u);
-  EXPECT_NE(text.find("(<boundary inner>)\n"), std::string::npos);
+  for (const auto& [type, points, body] : cases) {
+    std::vector<Point2> pts;
+    for (std::size_t i = 0; i < points; ++i) pts.emplace_back(static_cast<float>(i), 0.0f);
+    Layer layer;
+    layer.set_z(0.0f);
+    layer.add_fill_path(make_path(pts, static_cast<PathType>(type), 1.0f));
+    EXPECT_EQ(layer_text(layer, {STRUCTURE_FILL}, 0), head + body + tail) << type;
+  }
 }
 
 TEST(GCode, SequenceOrderRepeatsAndSkipsUnknownEntries) {
@@ -117,61 +96,50 @@ TEST(GCode, SequenceOrderRepeatsAndSkipsUnknownEntries) {
   EXPECT_NE(fill_first.find("(<boundary outer>)"), std::string::npos);
 }
 
-struct TagCase {
-  StructureType structure;
-  int type;
-  const char* open;
-  const char* colour;  // empty: no colour line
-  const char* close;
-};
-
-class GCodeTags : public ::testing::TestWithParam<TagCase> {};
-
-TEST_P(GCodeTags, OpeningColourAndClosingLines) {
-  const TagCase& c = GetParam();
-  Layer layer;
-  auto p = make_path({{0, 0}, {1, 0}}, static_cast<PathType>(c.type));
+// Opening, colour (none for rafts) and closing lines per structure and path type; every
+// structure but the fill writes all points of a path of any type.
+TEST(GCode, OpeningColourAndClosingLines) {
+  const struct {
+    StructureType structure;
+    int type;
+    const char *open, *colour, *close;
+  } cases[] = {
+      {STRUCTURE_BOUNDARY, 1, "(<boundary outer>)\n", "(<colour> black>)\n", "(</boundary>)\n"},
+      {STRUCTURE_BOUNDARY, 2, "(<boundary inner>)\n", "(<colour> red>)\n", "(</boundary>)\n"},
+      {STRUCTURE_BOUNDARY, 7, "(<boundary inner>)\n", "(<colour> red>)\n", "(</boundary>)\n"},
+      {STRUCTURE_EXTRA_SHELL, 1, "(<extrashell outer>)\n", "(<colour> blue>)\n",
+       "(</extrashell>)\n"},
+      {STRUCTURE_EXTRA_SHELL, 0, "(<extrashell inner>)\n", "(<colour> blue>)\n",
+       "(</extrashell>)\n"},
+      {STRUCTURE_FILL, 8, "(<fill>)\n", "(<colour> green>)\n", "(</fill>)\n"},
+      {STRUCTURE_SUPPORT, 25, "(<support top>)\n", "(<colour> orange>)\n", "(</support>)\n"},
+      {STRUCTURE_SUPPORT, 26, "(<support middle>)\n", "(<colour> orange>)\n", "(</support>)\n"},
+      {STRUCTURE_SUPPORT, 27, "(<support base>)\n", "(<colour> orange>)\n", "(</support>)\n"},
+      {STRUCTURE_SUPPORT, 28, "(<support base surrounding>)\n", "(<colour> yellow>)\n",
+       "(</support>)\n"},
+      {STRUCTURE_SUPPORT, 29, "(<support base surrounding>)\n", "(<colour> orange>)\n",
+       "(</support>)\n"},
+      {STRUCTURE_RAFT, 30, "(<raft base>)\n", "", "(</raft>)\n"},
+      {STRUCTURE_RAFT, 31, "(<raft first-interface>)\n", "", "(</raft>)\n"},
+      {STRUCTURE_RAFT, 32, "(<raft second-interface>)\n", "", "(</raft>)\n"},
+      {STRUCTURE_RAFT, 1, "(<raft base surrounding>)\n", "", "(</raft>)\n"}};
   const std::map<StructureType, void (Layer::*)(std::shared_ptr<Path>)> add = {
       {STRUCTURE_BOUNDARY, &Layer::add_boundary_path},
       {STRUCTURE_EXTRA_SHELL, &Layer::add_extraShell_path},
       {STRUCTURE_FILL, &Layer::add_fill_path},
       {STRUCTURE_SUPPORT, &Layer::add_support_path},
       {STRUCTURE_RAFT, &Layer::add_raft_path}};
-  (layer.*add.at(c.structure))(p);
-  const std::string with = layer_text(layer, {c.structure}, 2, true);
-  const std::string prefix = std::string("(<layer> -1.00)\n") + c.open + c.colour + "M103\n";
-  EXPECT_EQ(with.substr(0, prefix.size()), prefix);
-  EXPECT_NE(with.find(std::string("M103\n") + c.close + "(</layer>)\n"), std::string::npos);
-  const std::string without = layer_text(layer, {c.structure}, 2, false);
-  EXPECT_EQ(without.find("(<colour> "), std::string::npos);
+  for (const auto& c : cases) {
+    Layer layer;
+    (layer.*add.at(c.structure))(make_path({{0, 0}, {1, 0}}, static_cast<PathType>(c.type)));
+    const std::string walk = "M103\nG1 Z0.20\nG1 X0.00 Y0.00\nM101\nG1 X1.00 Y0.00 Z0.20\nM103\n";
+    EXPECT_EQ(
+        layer_text(layer, {c.structure}, 2, true),
+        std::string("(<layer> -1.00)\n") + c.open + c.colour + walk + c.close + "(</layer>)\n")
+        << c.open;
+    EXPECT_EQ(layer_text(layer, {c.structure}, 2, false).find("(<colour> "), std::string::npos);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, GCodeTags,
-    ::testing::Values(
-        TagCase{STRUCTURE_BOUNDARY, 1, "(<boundary outer>)\n", "(<colour> black>)\n",
-                "(</boundary>)\n"},
-        TagCase{STRUCTURE_BOUNDARY, 2, "(<boundary inner>)\n", "(<colour> red>)\n",
-                "(</boundary>)\n"},
-        TagCase{STRUCTURE_EXTRA_SHELL, 1, "(<extrashell outer>)\n", "(<colour> blue>)\n",
-                "(</extrashell>)\n"},
-        TagCase{STRUCTURE_EXTRA_SHELL, 0, "(<extrashell inner>)\n", "(<colour> blue>)\n",
-                "(</extrashell>)\n"},
-        TagCase{STRUCTURE_FILL, 8, "(<fill>)\n", "(<colour> green>)\n", "(</fill>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 25, "(<support top>)\n", "(<colour> orange>)\n",
-                "(</support>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 26, "(<support middle>)\n", "(<colour> orange>)\n",
-                "(</support>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 27, "(<support base>)\n", "(<colour> orange>)\n",
-                "(</support>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 28, "(<support base surrounding>)\n", "(<colour> yellow>)\n",
-                "(</support>)\n"},
-        TagCase{STRUCTURE_SUPPORT, 29, "(<support base surrounding>)\n", "(<colour> orange>)\n",
-                "(</support>)\n"},
-        TagCase{STRUCTURE_RAFT, 30, "(<raft base>)\n", "", "(</raft>)\n"},
-        TagCase{STRUCTURE_RAFT, 31, "(<raft first-interface>)\n", "", "(</raft>)\n"},
-        TagCase{STRUCTURE_RAFT, 32, "(<raft second-interface>)\n", "", "(</raft>)\n"},
-        TagCase{STRUCTURE_RAFT, 1, "(<raft base surrounding>)\n", "", "(</raft>)\n"}));
 
 TEST(GCode, PathWithoutPointsKeepsItsTagsAndTheWalkGoesOn) {
   Layer layer;
@@ -199,7 +167,6 @@ TEST(GCode, TailsFromTheSecondPointOnAtThePathHeight) {
   EXPECT_NE(text.find("G1 X1 Y0 Z3\nG1 X6 Y6 Z3\nG1 X7 Y7 Z3\nM103\n"), std::string::npos);
   EXPECT_EQ(text.find("X5 "), std::string::npos);
   EXPECT_EQ(text.find("X-1 "), std::string::npos);
-
   ext->set_tails(std::make_shared<Point2Vector>(Point2Vector{{5, 5}}));
   const std::string one = layer_text(layer, {STRUCTURE_BOUNDARY}, 0);
   EXPECT_NE(one.find("G1 X1 Y0 Z3\nM103\n"), std::string::npos);
@@ -222,45 +189,33 @@ TEST(GCode, EntityGivesOneOutputPerLayerAndStartsOver) {
   EXPECT_EQ(g.get_outputs().size(), 2u);
   g.get_gcode_from_entity(e);
   EXPECT_EQ(g.get_outputs().size(), 2u);
-  GCode copy = g;
-  EXPECT_EQ(copy.get_outputs(), g.get_outputs());
   g.get_gcode_from_entity(Entity());
   EXPECT_TRUE(g.get_outputs().empty());
 }
 
 using qxtest::read_file;
 
-TEST(TextFileWriter, WritesReplacesAndJoinsWithoutSeparator) {
-  const std::string path = qxtest::fresh_dir("writer") + "/out.txt";
-  EXPECT_EQ(write_common_file(path, std::string("first text\n")), RETVAL_OK);
-  EXPECT_EQ(write_common_file(path, std::vector<std::string>{"a", "b"}), RETVAL_OK);
-  EXPECT_EQ(read_file(path), "ab");
-  EXPECT_EQ(write_common_file(path, std::vector<std::string>{}), RETVAL_OK);
-  EXPECT_EQ(read_file(path), "");
-}
-
-TEST(TextFileWriter, MissingFolderFailsAndCreatesNothing) {
-  const std::string dir = qxtest::fresh_dir("writer_missing") + "/no_such_folder";
-  EXPECT_EQ(write_common_file(dir + "/x.txt", std::string("x")), RETVAL_FAILED);
+// Files are replaced, lists joined without separator; a missing folder fails and creates
+// nothing; a layer and a one-layer entity give the same bytes.
+TEST(TextFileWriter, WritesReplacesAndFails) {
+  const std::string dir = qxtest::fresh_dir("writer");
+  EXPECT_EQ(write_common_file(dir + "/out.txt", std::string("first text\n")), RETVAL_OK);
+  EXPECT_EQ(write_common_file(dir + "/out.txt", std::vector<std::string>{"a", "b"}), RETVAL_OK);
+  EXPECT_EQ(read_file(dir + "/out.txt"), "ab");
   Entity e;
   QuorvexPrintModel::get_quorvex_entity(e);
-  EXPECT_EQ(write_gcode(dir + "/x.gcode", e, 4, {STRUCTURE_BOUNDARY}, false), RETVAL_FAILED);
-  EXPECT_EQ(write_gcode(dir + "/x.gcode", *e.get_layer(0), 4, {STRUCTURE_BOUNDARY}), RETVAL_FAILED);
-  std::ifstream probe(dir);
-  EXPECT_FALSE(probe.is_open());
-}
-
-TEST(TextFileWriter, LayerAndOneLayerEntityGiveTheSameBytes) {
-  Entity e;
-  QuorvexPrintModel::get_quorvex_entity(e);
-  const std::string a = qxtest::fresh_dir("writer_same") + "/entity.gcode";
-  const std::string b = a + ".layer";
-  ASSERT_EQ(write_gcode(a, e, 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
-  ASSERT_EQ(write_gcode(b, *e.get_layer(0), 3, {STRUCTURE_BOUNDARY}), RETVAL_OK);
-  EXPECT_EQ(read_file(a), read_file(b));
-  EXPECT_FALSE(read_file(a).empty());
-  ASSERT_EQ(write_gcode(a, Entity(), 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
-  EXPECT_EQ(read_file(a), "");
+  ASSERT_EQ(write_gcode(dir + "/e.gcode", e, 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
+  ASSERT_EQ(write_gcode(dir + "/l.gcode", *e.get_layer(0), 3, {STRUCTURE_BOUNDARY}), RETVAL_OK);
+  EXPECT_EQ(read_file(dir + "/e.gcode"), read_file(dir + "/l.gcode"));
+  EXPECT_FALSE(read_file(dir + "/e.gcode").empty());
+  ASSERT_EQ(write_gcode(dir + "/e.gcode", Entity(), 3, {STRUCTURE_BOUNDARY}, false), RETVAL_OK);
+  EXPECT_EQ(read_file(dir + "/e.gcode"), "");
+  const std::string missing = dir + "/no_such_folder";
+  EXPECT_EQ(write_common_file(missing + "/x.txt", std::string("x")), RETVAL_FAILED);
+  EXPECT_EQ(write_gcode(missing + "/x.gcode", e, 4, {STRUCTURE_BOUNDARY}, false), RETVAL_FAILED);
+  EXPECT_EQ(write_gcode(missing + "/x.gcode", *e.get_layer(0), 4, {STRUCTURE_BOUNDARY}),
+            RETVAL_FAILED);
+  EXPECT_FALSE(std::ifstream(missing).is_open());
 }
 
 }  // namespace

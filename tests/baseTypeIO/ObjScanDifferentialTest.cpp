@@ -104,12 +104,10 @@ void expect_same_reading(const std::string& text) {
   reference.imbue(std::locale::classic());
   BaseTriMesh expected;
   ASSERT_EQ(parse_obj_by_extraction(reference, expected), IORET_OK);
-
   boost::interprocess::basic_ibufferstream<char> in(text.data(), text.size());
   static_cast<std::istream&>(in).imbue(std::locale::classic());
   BaseTriMesh got;
   ASSERT_EQ(parse_obj(in, got), IORET_OK);
-
   ASSERT_EQ(got.get_vn(), expected.get_vn());
   if (got.get_vn() > 0) {
     EXPECT_EQ(std::memcmp(got.get_vCoords().data(), expected.get_vCoords().data(),
@@ -145,30 +143,13 @@ TEST(ObjScanDifferential, DamagedFiles) {
 }
 
 TEST(ObjScanDifferential, ChosenEdges) {
-  std::vector<std::string> texts = {"v",
-                                    "v ",
-                                    "v 1",
-                                    "v 1 2",
-                                    "v 1 2 3",
-                                    "f",
-                                    "f ",
-                                    "vt 1",
-                                    "vn 1 2",
-                                    "v 1e",
-                                    "v 1e+",
-                                    "v -",
-                                    "v +",
-                                    "v .",
-                                    "v 1 2 3e",
-                                    "v 1 2 3e-",
-                                    "v\v1\f2\r3",
-                                    "v 1 1 1\nf 1 1 1\v2",
-                                    "f\v1 2 3",
-                                    "f 1\v 2 3",
-                                    "v 1 1 1\nf \v1 \f1 1",
-                                    "v 1 1 1\nf +1 -0 1",
-                                    "v 1 1 1\nf 1 1 -000000001",
-                                    "v 00000000000000000000000000001.5 2 3"};
+  // Short texts, separated by '|'.
+  std::vector<std::string> texts;
+  std::istringstream list(
+      "v|v |v 1|v 1 2|v 1 2 3|f|f |vt 1|vn 1 2|v 1e|v 1e+|v -|v +|v .|v 1 2 3e|v 1 2 3e-|"
+      "v\v1\f2\r3|v 1 1 1\nf 1 1 1\v2|f\v1 2 3|f 1\v 2 3|v 1 1 1\nf \v1 \f1 1|"
+      "v 1 1 1\nf +1 -0 1|v 1 1 1\nf 1 1 -000000001|v 00000000000000000000000000001.5 2 3");
+  for (std::string t; std::getline(list, t, '|');) texts.push_back(t);
   // Words about the length limit of 127, lines about that of 4094.
   for (std::size_t n : {127, 128}) texts.push_back(std::string(n, 'x'));
   texts.push_back(std::string(127, 'x') + " ");
