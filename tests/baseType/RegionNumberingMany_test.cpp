@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <random>
 #include <vector>
@@ -92,6 +93,63 @@ TEST_P(ManyRegionsTest, RandomOverlappingSquaresMatchTheWalkOverAllRegions) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, ManyRegionsTest, ::testing::Values(1u, 2u, 3u, 4u));
+
+// A grid of squares, each with a hole, some holes with an island, all inside one plate; a
+// hole outside everything opens a region after the indexed ones, and strokes find it.
+TEST(ManyRegionsLayoutTest, IslandsHolesAndLateRegions) {
+  FLAGS_minloglevel = google::GLOG_ERROR;
+  Layer layer;
+  layer.add_boundary_path(loop(PATH_TYPE_OUTER, -5, -5, 205, 205));  // region 0
+  constexpr int kSide = 20;
+  std::vector<std::shared_ptr<Path>> holes, in_square, in_island;
+  int island_region = 1 + kSide * kSide;
+  std::vector<int> island_of(kSide * kSide, -1);
+  for (int i = 0; i < kSide * kSide; ++i) {
+    const float x = 10.0f * float(i % kSide), y = 10.0f * float(i / kSide);
+    layer.add_boundary_path(loop(PATH_TYPE_OUTER, x, y, x + 8, y + 8));  // region 1 + i
+  }
+  for (int i = 0; i < kSide * kSide; ++i) {
+    const float x = 10.0f * float(i % kSide), y = 10.0f * float(i / kSide);
+    holes.push_back(loop(PATH_TYPE_INNER, x + 2, y + 2, x + 6, y + 6));
+    layer.add_boundary_path(holes.back());
+    in_square.push_back(stroke(x + 1, y + 1));
+    layer.add_fill_path(in_square.back());
+    if (i % 3 == 0) {
+      layer.add_boundary_path(loop(PATH_TYPE_OUTER, x + 3, y + 3, x + 5, y + 5));
+      island_of[static_cast<std::size_t>(i)] = island_region++;
+      in_island.push_back(stroke(x + 4, y + 4));
+      layer.add_fill_path(in_island.back());
+    }
+  }
+  auto lost_hole = loop(PATH_TYPE_INNER, 500, 500, 510, 510);
+  layer.add_boundary_path(lost_hole);
+  auto in_lost = stroke(505, 505);
+  layer.add_fill_path(in_lost);
+  auto nowhere = stroke(-50, -50);
+  layer.add_fill_path(nowhere);
+  auto nan_point =
+      stroke(std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN());
+  layer.add_fill_path(nan_point);
+
+  ASSERT_TRUE(layer.number_region());
+  FLAGS_minloglevel = google::GLOG_INFO;
+
+  std::size_t island = 0;
+  for (int i = 0; i < kSide * kSide; ++i) {
+    const std::size_t u = static_cast<std::size_t>(i);
+    EXPECT_EQ(holes[u]->get_id(), 1 + i);
+    EXPECT_EQ(in_square[u]->get_id(), 1 + i);
+    if (island_of[u] != -1) {
+      EXPECT_EQ(in_island[island++]->get_id(), island_of[u]);
+    }
+  }
+  const int regions = island_region + 1;  // the lost hole opened the last region
+  EXPECT_EQ(lost_hole->get_id(), island_region);
+  EXPECT_EQ(in_lost->get_id(), island_region);
+  EXPECT_GE(nowhere->get_id(), regions);
+  EXPECT_GE(nan_point->get_id(), regions);
+  EXPECT_NE(nowhere->get_id(), nan_point->get_id());
+}
 
 }  // namespace
 }  // namespace Quorvex
