@@ -20,42 +20,27 @@ OutLoops offset_result(Clipper& c, float delta, EndType end = etClosedPolygon,
   return out;
 }
 
-// A distance that consumes the loop, or a zero distance on an open path, merely gives nothing.
-TEST(Offset, AreaAndLoopsOfTheUnitSquareAndAStroke) {
-  const struct {
-    bool open;  // a two-point stroke of length 4 instead of the unit square
-    float delta;
-    EndType end;
-    double area;
-    std::size_t loops;
-  } rows[] = {{false, 1.0f, etClosedPolygon, 9.0, 1},
-              {false, -0.6f, etClosedPolygon, 0.0, 0},
-              {true, 0.0f, etOpenButt, 0.0, 0},
-              {true, 0.5f, etOpenButt, 4.0, 1}};
-  for (const auto& r : rows) {
-    Clipper c;
-    c.add_path(
-        r.open ? std::make_shared<Point2Vector>(Point2Vector{{0, 0}, {4, 0}}) : square(0, 0, 1),
-        ptSubject);
-    const OutLoops out = offset_result(c, r.delta, r.end);
-    ASSERT_EQ(out.size(), r.loops) << r.delta;
-    EXPECT_NEAR(total_abs_area(out), r.area, 1e-5) << r.delta;
-  }
-}
-
-// A second offset starts from the float lists unless chained; use_subject false offsets the
-// clip set and drops both slots.
-TEST(Offset, ChainingAndTheClipSet) {
+// A second offset starts from the float lists unless chained. A distance that consumes the
+// loop, or a zero distance on an open path, gives nothing; use_subject false offsets the clip
+// set and drops both slots.
+TEST(Offset, ChainingConsumedLoopsStrokesAndTheClipSet) {
   ProbeClipper c;
   c.add_path(square(0, 0, 1), ptSubject);
-  offset_result(c, 1.0f);
+  EXPECT_NEAR(total_abs_area(offset_result(c, 1.0f)), 9.0, 1e-5);
   EXPECT_NEAR(total_abs_area(offset_result(c, 0.5f)), 4.0, 1e-5);  // side 2, not 4
   offset_result(c, 1.0f);
   c.set_result_as_subject();
   EXPECT_NEAR(total_abs_area(offset_result(c, 0.5f)), 16.0, 1e-5);
+  EXPECT_TRUE(offset_result(c, -0.6f).empty());
   c.add_path(square(0, 0, 10), ptClip);
   EXPECT_NEAR(total_abs_area(offset_result(c, 1.0f, etClosedPolygon, false)), 144.0, 1e-5);
   EXPECT_TRUE(c.fixed_subject == nullptr && c.fixed_clip == nullptr);
+  Clipper stroke;  // a two-point path of length 4
+  stroke.add_path(std::make_shared<Point2Vector>(Point2Vector{{0, 0}, {4, 0}}), ptSubject);
+  EXPECT_TRUE(offset_result(stroke, 0.0f, etOpenButt).empty());
+  const OutLoops out = offset_result(stroke, 0.5f, etOpenButt);
+  ASSERT_EQ(out.size(), 1u);
+  EXPECT_NEAR(total_abs_area(out), 4.0, 1e-5);
 }
 
 // 0.25 fixed-point units on a radius of 1e7 units: thousands of arc points. Were the

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "PolygonTestSupport.h"
 
 namespace Quorvex {
@@ -25,7 +23,8 @@ OutLoops run(Clipper& c, ClipType type, PolyFillType fill = pftNonZero, int init
 }
 
 // Unknown list types change nothing; clearing keeps the result, which outlives the inputs.
-TEST(ClipperLists, SetAddClearAndUnknownTypes) {
+// Converting a null set is refused and leaves the output; empty paths are kept.
+TEST(ClipperLists, SetAddClearUnknownTypesAndConversion) {
   ProbeClipper c;
   const Loop a = square(0, 0, 1);
   const PolyType other = static_cast<PolyType>(2);
@@ -46,10 +45,7 @@ TEST(ClipperLists, SetAddClearAndUnknownTypes) {
   EXPECT_TRUE(c.clip_paths.empty() && c.fixed_result);
   c.clear();
   EXPECT_TRUE(!c.fixed_result && c.tree.get_first() == nullptr);
-}
 
-TEST(ClipperConversion, NullSetIsRefusedAndEmptyPathsKept) {
-  ProbeClipper c;
   OutLoops out;
   EXPECT_EQ(c.convert_from_clipper(out, std::make_shared<ClipperLib::Paths>(2)), RETVAL_OK);
   EXPECT_TRUE(out.size() == 2u && out[1]->empty());
@@ -57,28 +53,8 @@ TEST(ClipperConversion, NullSetIsRefusedAndEmptyPathsKept) {
   EXPECT_EQ(out.size(), 2u);
 }
 
-// [0,2]^2 against [1,3]^2: overlap 1, each 4. Run twice: the lists survive a run.
-TEST(ClipperExecute, EveryClipTypeOnTwoOverlappingSquares) {
-  const struct {
-    ClipType type;
-    double area;
-    std::size_t loops;
-  } rows[] = {{ctIntersection, 1, 1}, {ctUnion, 7, 1}, {ctDifference, 3, 1}, {ctXor, 6, 2}};
-  for (const auto& r : rows) {
-    Clipper c;
-    c.add_path(square(0, 0, 2), ptSubject);
-    c.add_path(square(1, 1, 2), ptClip);
-    for (int round = 0; round < 2; ++round) {
-      const OutLoops out = run(c, r.type);
-      EXPECT_EQ(out.size(), r.loops) << r.type;
-      EXPECT_NEAR(total_abs_area(out), r.area, 1e-5) << r.type;
-    }
-  }
-  Clipper fresh;
-  EXPECT_TRUE(run(fresh, ctUnion, pftEvenOdd).empty());
-}
-
-// Fresh copies per fetch; a new multiple applies on the next run; the reverse flag works.
+// The lists survive a run and each fetch gives fresh copies; a new multiple applies on the
+// next run; the reverse flag works; nothing in gives nothing out.
 TEST(ClipperExecute, FreshCopiesMultipleAndReverseSolution) {
   Clipper c;
   c.add_path(square(0, 0, 2.5f), ptSubject);
@@ -89,6 +65,8 @@ TEST(ClipperExecute, FreshCopiesMultipleAndReverseSolution) {
   EXPECT_LT(signed_area(*run(c, ctUnion, pftNonZero, INIT_REVERSE_SOLUTION)[0]), 0.0);
   c.set_multiple(1.0f);
   EXPECT_DOUBLE_EQ(total_abs_area(run(c, ctUnion)), 4.0);
+  Clipper fresh;
+  EXPECT_TRUE(run(fresh, ctUnion, pftEvenOdd).empty());
 }
 
 // A triangular hole touching the lower edge: strictly simple output adds the touching vertex
@@ -125,7 +103,9 @@ TEST(ClipperChain, ResultAsInputKeepsFixedPointValues) {
 }
 
 // Every operation refuses a null loop and keeps an earlier result; the subject stops first.
-TEST(ClipperFailure, NullHandlesAreRefusedByEveryOperation) {
+// The engine's exception passes through with an empty result; without the inputs the object
+// works again.
+TEST(ClipperFailure, NullHandlesAreRefusedAndEngineExceptionsPassThrough) {
   ProbeClipper c;
   c.add_path(square(0, 0, 1), ptSubject);
   c.add_paths({square(0, 0, 1), nullptr}, ptClip);
@@ -142,12 +122,8 @@ TEST(ClipperFailure, NullHandlesAreRefusedByEveryOperation) {
   subject_first.add_path(square(0, 0, 1), ptClip);
   EXPECT_EQ(subject_first.execute(ctUnion, pftNonZero, pftNonZero, 0, true), RETVAL_BAD_INPUT);
   EXPECT_EQ(subject_first.fixed_clip, nullptr);
-}
 
-// The engine's exception passes through with an empty result; without the inputs the object
-// works again.
-TEST(ClipperFailure, OutOfRangeCoordinatePassesTheEngineExceptionThrough) {
-  ProbeClipper c;
+  c.clear_paths();
   c.add_path(square(0, 0, 4.7e11f), ptSubject);
   EXPECT_THROW(c.execute(ctUnion, pftNonZero, pftNonZero, 0, true), ClipperLib::clipperException);
   ASSERT_NE(c.fixed_result, nullptr);
