@@ -95,40 +95,10 @@ void expect_vertices(const BaseTriMesh& mesh, const std::vector<Vector3f>& expec
 
 // Build items and their components append in order. World = build item x outer component x
 // inner component x vertex: with a scale and translations that do not commute, any other
-// order gives other positions. Without transforms every object stands where it was defined.
-TEST(ThreeMfReaderTest, PlacesBuildItemsAndNestedComponentsInOrder) {
-  ModelBuilder b;
-  PLib3MFBase* tetra = b.add_mesh(kTetra, kTetraFaces);
-  NMR::MODELTRANSFORM up = affine(1, 0, 0, 7), inner = affine(1, 10, 0, 0),
-                      outer = affine(2, 0, 0, 0), build = affine(1, 0, 5, 0);
-  b.add_build_item(tetra);
-  b.add_build_item(
-      b.add_components({{b.add_mesh(kTriangle, {{{0, 1, 2}}}), nullptr}, {tetra, &up}}));
-  PLib3MFBase* shifted = b.add_components({{tetra, &inner}});
-  b.add_build_item(b.add_components({{shifted, &outer}}), &build);
-  const std::string path = b.write("placed.3mf");
-  BaseTriMesh mesh;
-  ASSERT_EQ(read_3mf_mesh(path, mesh, true, true), 0);
-  std::vector<Vector3f> expected;
-  append(expected, kTetra);
-  append(expected, kTriangle);
-  append(expected, kTetra, 1, Vector3f(0, 0, 7));
-  append(expected, kTetra, 2, Vector3f(20, 5, 0));
-  expect_vertices(mesh, expected);
-  ASSERT_EQ(mesh.get_fn(), 13u);
-  EXPECT_EQ(mesh.get_face(1), BaseTriFace(0, 1, 3));
-  EXPECT_EQ(mesh.get_face(4), BaseTriFace(4, 5, 6));
-  EXPECT_EQ(mesh.get_face(5), BaseTriFace(7, 9, 8));
-  EXPECT_TRUE(mesh.get_fNrv(0).isApprox(Vector3f(0, 0, -1)));
-  ASSERT_EQ(read_3mf_mesh(path, mesh, false, true), 0);
-  expected.clear();
-  for (const Vertices* part : {&kTetra, &kTriangle, &kTetra, &kTetra}) append(expected, *part);
-  expect_vertices(mesh, expected);
-}
-
-// The unit scales the translation of a transform as well as the vertices; asked not to
-// convert, the reader keeps the file's unit.
-TEST(ThreeMfReaderTest, PositionsAndTranslationsComeOutInMillimetres) {
+// order gives other positions. The unit scales placed positions, translations included.
+// Without transforms every object stands where it was defined; asked not to convert, the
+// reader keeps the file's unit.
+TEST(ThreeMfReaderTest, PlacesBuildItemsAndNestedComponentsInOrderInMillimetres) {
   const std::pair<NMR::eModelUnit, float> units[] = {{NMR::MODELUNIT_MICROMETER, 0.001f},
                                                      {NMR::MODELUNIT_MILLIMETER, 1},
                                                      {NMR::MODELUNIT_CENTIMETER, 10},
@@ -137,17 +107,32 @@ TEST(ThreeMfReaderTest, PositionsAndTranslationsComeOutInMillimetres) {
   for (const auto& [unit, s] : units) {
     ModelBuilder b;
     EXPECT_EQ(NMR::lib3mf_model_setunit(b.model(), unit), LIB3MF_OK);
-    NMR::MODELTRANSFORM shift = affine(1, 3, 0, 0);
-    b.add_build_item(b.add_mesh(kTetra, kTetraFaces), &shift);
-    const std::string path = b.write("unit" + std::to_string(unit) + ".3mf");
+    PLib3MFBase* tetra = b.add_mesh(kTetra, kTetraFaces);
+    NMR::MODELTRANSFORM up = affine(1, 0, 0, 7), inner = affine(1, 10, 0, 0),
+                        outer = affine(2, 0, 0, 0), build = affine(1, 0, 5, 0);
+    b.add_build_item(tetra);
+    b.add_build_item(
+        b.add_components({{b.add_mesh(kTriangle, {{{0, 1, 2}}}), nullptr}, {tetra, &up}}));
+    PLib3MFBase* shifted = b.add_components({{tetra, &inner}});
+    b.add_build_item(b.add_components({{shifted, &outer}}), &build);
+    const std::string path = b.write("placed" + std::to_string(unit) + ".3mf");
     BaseTriMesh mesh;
-    std::vector<Vector3f> in_mm, as_written;
-    append(in_mm, kTetra, s, Vector3f(3 * s, 0, 0));
-    append(as_written, kTetra, 1, Vector3f(3, 0, 0));
     ASSERT_EQ(read_3mf_mesh(path, mesh, true, true), 0);
-    expect_vertices(mesh, in_mm);
-    ASSERT_EQ(read_3mf_mesh(path, mesh, true, false), 0);
-    expect_vertices(mesh, as_written);
+    std::vector<Vector3f> expected;
+    append(expected, kTetra, s);
+    append(expected, kTriangle, s);
+    append(expected, kTetra, s, s * Vector3f(0, 0, 7));
+    append(expected, kTetra, 2 * s, s * Vector3f(20, 5, 0));
+    expect_vertices(mesh, expected);
+    ASSERT_EQ(mesh.get_fn(), 13u);
+    EXPECT_EQ(mesh.get_face(1), BaseTriFace(0, 1, 3));
+    EXPECT_EQ(mesh.get_face(4), BaseTriFace(4, 5, 6));
+    EXPECT_EQ(mesh.get_face(5), BaseTriFace(7, 9, 8));
+    EXPECT_TRUE(mesh.get_fNrv(0).isApprox(Vector3f(0, 0, -1)));
+    ASSERT_EQ(read_3mf_mesh(path, mesh, false, false), 0);
+    expected.clear();
+    for (const Vertices* part : {&kTetra, &kTriangle, &kTetra, &kTetra}) append(expected, *part);
+    expect_vertices(mesh, expected);
   }
 }
 
