@@ -32,9 +32,11 @@ RetVal fill_tree(PolyTreeEx& tree, const Loops& subject, PolyFillType fill = pft
   return c.execute(ctUnion, tree, fill, fill, 0);
 }
 
-// A root without a loop, then outer, hole and island, each the only child of the one before,
-// with its level and the box of its loop; the Clipper's own results stay untouched.
-TEST(PolyTreeExFill, HoleAndIslandGiveFourNodesWithLevelsAndBoxes) {
+// The extended tree: a root without a loop, then outer, hole and island, each the only child
+// of the one before, with its level and the box of its loop; the Clipper's own results stay
+// untouched. The plain tree holds the engine's fixed-point loops from the outer one down, and
+// gives them parents first.
+TEST(PolyTreeFill, HoleAndIslandInBothTrees) {
   ProbeClipper c;
   c.add_paths(nested_grid(1), ptSubject);
   PolyTreeEx tree;
@@ -55,6 +57,23 @@ TEST(PolyTreeExFill, HoleAndIslandGiveFourNodesWithLevelsAndBoxes) {
   }
   EXPECT_EQ(c.fixed_result, nullptr);
   EXPECT_TRUE(c.tree.get_nodes().empty());
+  ASSERT_EQ(c.execute_using_polytree(ctUnion, pftEvenOdd, pftEvenOdd, 0), RETVAL_OK);
+  const auto& plain = c.tree.get_nodes();
+  ASSERT_EQ(plain.size(), 3u);
+  EXPECT_EQ(c.tree.get_first(), &plain[0]);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(plain[i].level(), i);
+    EXPECT_EQ(plain[i].father(), i == 0 ? nullptr : &plain[i - 1]);
+  }
+  ClipperLib::cInt max_x = 0;
+  for (const auto& p : plain[2].get_data()) max_x = std::max(max_x, p.X);
+  EXPECT_EQ(max_x, 40000000);
+  EXPECT_TRUE(c.fixed_subject == nullptr && c.fixed_result == nullptr);
+  OutLoops out;
+  c.get_result(out, false);
+  ASSERT_EQ(out.size(), 3u);
+  EXPECT_NEAR(std::fabs(signed_area(*out[0])), 36.0, 1e-5);
+  EXPECT_NEAR(std::fabs(signed_area(*out[2])), 4.0, 1e-5);
 
   PolyTreeEx siblings;
   ASSERT_EQ(fill_tree(siblings, {square(0, 0, 1), square(5, 0, 1)}, pftNonZero), RETVAL_OK);
@@ -63,9 +82,9 @@ TEST(PolyTreeExFill, HoleAndIslandGiveFourNodesWithLevelsAndBoxes) {
   EXPECT_EQ(siblings.get_nodes()[2].level(), 1);
 }
 
-// An empty result fails and empties the tree, keeping the imported inputs; refusals and
-// engine exceptions leave the tree alone.
-TEST(PolyTreeExFill, EmptyResultFailsAndEmptiesTheTreeRefusalsLeaveItAlone) {
+// An empty result fails and empties the extended tree, keeping the imported inputs; refusals
+// and engine exceptions leave it alone. For the plain tree an empty result is no failure.
+TEST(PolyTreeFill, EmptyResultFailsAndEmptiesTheTreeRefusalsLeaveItAlone) {
   PolyTreeEx tree;
   ASSERT_EQ(fill_tree(tree, {square(0, 0, 1)}), RETVAL_OK);
   ProbeClipper refused;
@@ -79,6 +98,8 @@ TEST(PolyTreeExFill, EmptyResultFailsAndEmptiesTheTreeRefusalsLeaveItAlone) {
   EXPECT_EQ(c.execute(ctIntersection, tree, pftNonZero, pftNonZero, 0), RETVAL_FAILED);
   EXPECT_EQ(tree.get_first(), nullptr);
   EXPECT_TRUE(c.fixed_subject != nullptr && c.fixed_clip != nullptr);
+  EXPECT_EQ(c.execute_using_polytree(ctIntersection, pftNonZero, pftNonZero, 0), RETVAL_OK);
+  EXPECT_EQ(c.tree.get_first(), nullptr);
 }
 
 // The plain tree tests its limit after each level: 5000 outer loops and their holes pass 9999
@@ -139,34 +160,6 @@ TEST(PolyTreeEx, DumpSkipsDeletedSubtreesAndCopiesAreDeep) {
   EXPECT_EQ(foreign.get_nodes()[0].childs(),
             std::vector<PolyTreeEx::Node*>{&foreign.get_nodes()[1]});
   EXPECT_EQ(foreign.get_nodes()[1].father(), nullptr);
-}
-
-// The plain tree holds the engine's fixed-point loops from the outer one down, and gives
-// them parents first; an empty result is no failure there, just no node.
-TEST(PolyTreeFill, HoleAndIslandGiveThreeFixedPointNodesAndEmptyResultNone) {
-  ProbeClipper c;
-  c.add_paths(nested_grid(1), ptSubject);
-  ASSERT_EQ(c.execute_using_polytree(ctUnion, pftEvenOdd, pftEvenOdd, 0), RETVAL_OK);
-  const auto& nodes = c.tree.get_nodes();
-  ASSERT_EQ(nodes.size(), 3u);
-  EXPECT_EQ(c.tree.get_first(), &nodes[0]);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(nodes[i].level(), i);
-    EXPECT_EQ(nodes[i].father(), i == 0 ? nullptr : &nodes[i - 1]);
-  }
-  ClipperLib::cInt max_x = 0;
-  for (const auto& p : nodes[2].get_data()) max_x = std::max(max_x, p.X);
-  EXPECT_EQ(max_x, 40000000);
-  EXPECT_TRUE(c.fixed_subject == nullptr && c.fixed_result == nullptr);
-  OutLoops out;
-  c.get_result(out, false);
-  ASSERT_EQ(out.size(), 3u);  // parents first
-  EXPECT_NEAR(std::fabs(signed_area(*out[0])), 36.0, 1e-5);
-  EXPECT_NEAR(std::fabs(signed_area(*out[2])), 4.0, 1e-5);
-  c.set_paths({square(0, 0, 1)}, ptSubject);
-  c.add_path(square(5, 0, 1), ptClip);
-  EXPECT_EQ(c.execute_using_polytree(ctIntersection, pftNonZero, pftNonZero, 0), RETVAL_OK);
-  EXPECT_EQ(c.tree.get_first(), nullptr);
 }
 
 // Open subjects are clipped into the engine tree and fetched as open paths.
