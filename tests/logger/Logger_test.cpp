@@ -1,155 +1,87 @@
-// The logger starts once per process, so every test that needs a first call runs it in a
-// fresh child process (threadsafe death-test style re-executes this binary), and only one
-// test calls it in the test process itself. The tests therefore pass in any order.
+// The logger starts once per process: each first call runs in a child (a threadsafe death test).
 
 #include "quorvex/Logger.h"
 
 #include <glog/logging.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <ostream>
-#include <sstream>
 #include <string>
 #include <tuple>
-#include <vector>
 
+#include "support/Files.h"
 #include "support/LogLines.h"
 
 namespace Quorvex {
 namespace {
 
-namespace fs = std::filesystem;
-
-std::string fresh_dir(const std::string& name) {
-  const fs::path dir =
-      fs::path(::testing::TempDir()) / ("qx_logger_" + name + "_" + std::to_string(::getpid()));
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  return dir.string();
-}
-
-std::string read_file(const fs::path& p) {
-  std::ifstream in(p);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-struct FirstCallCase {
-  std::string name;
+struct FirstCall {
+  const char* name;
   int min_level;
-  bool use_dir;  // false: an empty folder name
-  bool to_stderr;
-  bool also_to_stderr;
-  // Values the stderr flags hold before the call, to see that they are left alone.
-  bool pre_logtostderr;
-  bool pre_alsologtostderr;
-  bool want_logtostderr;
-  bool want_alsologtostderr;
-  bool want_line_on_stderr;
-  bool want_line_in_file;
+  bool use_dir, to_stderr, also;
+  bool pre_log, pre_also;    // the stderr flags before the call, to see them left alone
+  bool want_log, want_also;  // ... and after it
+  bool line_on_stderr, line_in_file;
 };
 
-void PrintTo(const FirstCallCase& c, std::ostream* os) { *os << c.name; }
-
-// Runs one first call with stderr sent to a file, checks every effect, and exits with
-// the bits of the failed checks.
-[[noreturn]] void first_call_child(const FirstCallCase& c, const std::string& dir) {
+// Exits with one bit per failed check, so the parent can say which.
+[[noreturn]] void first_call_child(const FirstCall& c, const std::string& dir) {
   const std::string err_path = dir + "/stderr.txt";
-  std::FILE* err = std::freopen(err_path.c_str(), "w", stderr);
-  if (err == nullptr) std::_Exit(127);
-  FLAGS_logtostderr = c.pre_logtostderr;
-  FLAGS_alsologtostderr = c.pre_alsologtostderr;
+  if (std::freopen(err_path.c_str(), "w", stderr) == nullptr) std::_Exit(127);
+  FLAGS_logtostderr = c.pre_log;
+  FLAGS_alsologtostderr = c.pre_also;
   const std::string log_dir = c.use_dir ? dir : std::string();
-
-  qx_init_logger(c.min_level, log_dir.c_str(), c.to_stderr, c.also_to_stderr);
+  qx_init_logger(c.min_level, log_dir.c_str(), c.to_stderr, c.also);
   std::fflush(stderr);
-
-  // Every failed check sets one bit of the exit code, so the parent can say which.
+  const auto has_line = [](const std::string& p) {
+    return qxtest::read_file(p).find("qx logger init") != std::string::npos;
+  };
   int failed = 0;
-  if (FLAGS_log_dir != log_dir) failed |= 1;
-  if (FLAGS_minloglevel != c.min_level) failed |= 2;
-  if (FLAGS_logbuflevel != -1) failed |= 4;
-  if (FLAGS_logtostderr != c.want_logtostderr || FLAGS_alsologtostderr != c.want_alsologtostderr) {
-    failed |= 8;
-  }
-  if (!google::IsGoogleLoggingInitialized()) failed |= 16;
-  const bool on_stderr = read_file(err_path).find("qx logger init") != std::string::npos;
-  if (on_stderr != c.want_line_on_stderr) failed |= 32;
-  if (c.use_dir) {
-    // The file carries the program name; nothing is buffered, so the line is there now.
-    bool in_file = false;
-    for (const auto& entry : fs::directory_iterator(dir)) {
-      const std::string name = entry.path().filename().string();
-      if (name.rfind("LOG.", 0) == 0 &&
-          read_file(entry.path()).find("qx logger init") != std::string::npos) {
-        in_file = true;
-      }
-    }
-    if (in_file != c.want_line_in_file) failed |= 64;
-  }
+  if (FLAGS_log_dir != log_dir || FLAGS_minloglevel != c.min_level) failed |= 1;
+  if (FLAGS_logbuflevel != -1 || !google::IsGoogleLoggingInitialized()) failed |= 2;
+  if (FLAGS_logtostderr != c.want_log || FLAGS_alsologtostderr != c.want_also) failed |= 4;
+  if (has_line(err_path) != c.line_on_stderr) failed |= 8;
+  bool in_file = false;  // nothing is buffered, so the line is in the file now
+  for (const auto& e : std::filesystem::directory_iterator(dir))
+    in_file |= e.path().filename().string().rfind("LOG.", 0) == 0 && has_line(e.path());
+  if (c.use_dir && in_file != c.line_in_file) failed |= 16;
   std::exit(failed);  // runs the static guard's shutdown, as a real process end does
 }
 
-class LoggerFirstCallTest : public ::testing::TestWithParam<FirstCallCase> {};
+class LoggerFirstCallTest : public ::testing::TestWithParam<FirstCall> {};
 
 TEST_P(LoggerFirstCallTest, SetsFlagsAndWritesTheLine) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const FirstCallCase& c = GetParam();
-  const std::string dir = fresh_dir(c.name);
-  EXPECT_EXIT(first_call_child(c, dir), ::testing::ExitedWithCode(0), "")
-      << "exit code bits: 1 log_dir, 2 minloglevel, 4 logbuflevel, 8 stderr flags, "
-         "16 not started, 32 stderr text, 64 log file";
+  const std::string dir = qxtest::fresh_dir(std::string("logger_") + GetParam().name);
+  EXPECT_EXIT(first_call_child(GetParam(), dir), ::testing::ExitedWithCode(0), "")
+      << "bits: 1 dir/level, 2 buffering/start, 4 stderr flags, 8 stderr text, 16 log file";
 }
 
+// Without to_stderr the second switch has no effect; flags not switched on stay as found.
 INSTANTIATE_TEST_SUITE_P(
     Arguments, LoggerFirstCallTest,
     ::testing::Values(
-        // name, min, dir, to_stderr, also, pre log, pre also, want log, want also, stderr, file
-        FirstCallCase{"file_only", 0, true, false, false, false, false, false, false, false, true},
-        FirstCallCase{"also_to_stderr", 0, true, true, true, false, false, false, true, true, true},
-        FirstCallCase{"only_to_stderr", 0, true, true, false, false, false, true, false, true,
-                      false},
-        // Without to_stderr the second switch has no effect and neither flag is touched.
-        FirstCallCase{"also_without_to_stderr", 0, true, false, true, false, false, false, false,
-                      false, true},
-        FirstCallCase{"flags_left_as_found", 0, true, false, true, false, true, false, true, true,
-                      true},
-        FirstCallCase{"only_keeps_preset_also", 0, true, true, false, false, true, true, true, true,
-                      false},
-        // Warnings and up only: the info line is filtered everywhere.
-        FirstCallCase{"min_level_warning", 1, true, true, true, false, false, false, true, false,
-                      false},
-        FirstCallCase{"empty_dir_to_stderr", 0, false, true, false, false, false, true, false, true,
-                      false}),
-    [](const auto& info) { return info.param.name; });
+        // name, min, dir, to, also, pre log, pre also, want log, want also, stderr, file
+        FirstCall{"file_only", 0, true, false, false, false, false, false, false, false, true},
+        FirstCall{"also", 0, true, true, true, false, false, false, true, true, true},
+        FirstCall{"only_no_dir", 0, false, true, false, false, true, true, true, true, false},
+        FirstCall{"also_alone", 0, true, false, true, true, false, true, false, true, false},
+        FirstCall{"warnings_up", 1, true, true, true, false, false, false, true, false, false}),
+    [](const auto& info) { return std::string(info.param.name); });
 
-// The one first call in the test process: later calls keep the first settings and still
-// write the line each time.
 TEST(LoggerTest, LaterCallsKeepFirstSettingsAndLogAgain) {
-  const std::string dir = fresh_dir("later_calls");
   qxtest::LogLines sink(google::GLOG_INFO);
-  qx_init_logger(0, dir.c_str(), false, false);
-  const std::string first_dir = FLAGS_log_dir;
-  const int first_level = FLAGS_minloglevel;
-  const bool first_log = FLAGS_logtostderr;
-  const bool first_also = FLAGS_alsologtostderr;
-
+  qx_init_logger(0, qxtest::fresh_dir("logger_later").c_str(), false, false);
+  const auto first =
+      std::make_tuple(FLAGS_log_dir, FLAGS_minloglevel, FLAGS_logtostderr, FLAGS_alsologtostderr);
   qx_init_logger(2, "/nonexistent/qx", true, false);
   qx_init_logger(1, "", true, true);
-
   EXPECT_EQ(
       std::make_tuple(FLAGS_log_dir, FLAGS_minloglevel, FLAGS_logtostderr, FLAGS_alsologtostderr),
-      std::make_tuple(first_dir, first_level, first_log, first_also));
-  EXPECT_EQ(FLAGS_logbuflevel, -1);
-  EXPECT_TRUE(google::IsGoogleLoggingInitialized());
-
-  // With the process's first call made here or by an earlier test, three calls: three lines.
+      first);
   const auto lines = sink.lines();
   EXPECT_EQ(std::count(lines.begin(), lines.end(), "qx logger init"), 3);
 }

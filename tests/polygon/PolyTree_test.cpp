@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "PolygonTestSupport.h"
-#include "quorvex/planeGeometry/BoundaryTransform.h"
 #include "quorvex/polygon/Clipper.h"
 
 namespace Quorvex {
@@ -33,7 +32,11 @@ RetVal fill_tree(PolyTreeEx& tree, const Loops& subject, PolyFillType fill = pft
   return c.execute(ctUnion, tree, fill, fill, 0);
 }
 
-TEST(PolyTreeExFill, HoleAndIslandGiveFourNodesWithLevelsAndBoxes) {
+// The extended tree: a root without a loop, then outer, hole and island, each the only child
+// of the one before, with its level and the box of its loop; the Clipper's own results stay
+// untouched. The plain tree holds the engine's fixed-point loops from the outer one down, and
+// gives them parents first.
+TEST(PolyTreeFill, HoleAndIslandInBothTrees) {
   ProbeClipper c;
   c.add_paths(nested_grid(1), ptSubject);
   PolyTreeEx tree;
@@ -41,27 +44,36 @@ TEST(PolyTreeExFill, HoleAndIslandGiveFourNodesWithLevelsAndBoxes) {
   const auto& nodes = tree.get_nodes();
   ASSERT_EQ(nodes.size(), 4u);
   EXPECT_EQ(tree.get_first(), &nodes[0]);
-  EXPECT_EQ(nodes[0].father(), nullptr);
-  EXPECT_EQ(nodes[0].get_path(), nullptr);
-  EXPECT_EQ(nodes[0].get_bbox().max_x, 0.0f);
+  EXPECT_TRUE(nodes[0].father() == nullptr && nodes[0].get_path() == nullptr);
   EXPECT_TRUE(nodes[3].childs().empty());
-  const double areas[4] = {0, 36, 16, 4};
   for (int i = 1; i < 4; ++i) {
     EXPECT_EQ(nodes[i].level(), i);
     EXPECT_EQ(nodes[i].is_hole(), i == 2) << i;
     EXPECT_EQ(nodes[i].father(), &nodes[i - 1]);
-    ASSERT_EQ(nodes[i - 1].childs().size(), 1u);
-    EXPECT_EQ(nodes[i - 1].childs()[0], &nodes[i]);
-    EXPECT_NEAR(std::fabs(signed_area(*nodes[i].get_path())), areas[i], 1e-5);
-    AABB2D want;
-    get_boundary_bbox(nodes[i].get_path(), want.min_x, want.min_y, want.max_x, want.max_y);
-    const AABB2D box = nodes[i].get_bbox();
-    EXPECT_TRUE(box.min_x == want.min_x && box.min_y == want.min_y && box.max_x == want.max_x &&
-                box.max_y == want.max_y)
-        << i;
+    EXPECT_EQ(nodes[i - 1].childs(), std::vector<PolyTreeEx::Node*>{tree.get_nodes().data() + i});
+    const AABB2D b = nodes[i].get_bbox();
+    EXPECT_EQ((std::vector<float>{b.min_x, b.min_y, b.max_x, b.max_y}),
+              (std::vector<float>{i - 1.0f, i - 1.0f, 7.0f - i, 7.0f - i}));
   }
-  EXPECT_EQ(c.fixed_result, nullptr);  // the Clipper's own results untouched
+  EXPECT_EQ(c.fixed_result, nullptr);
   EXPECT_TRUE(c.tree.get_nodes().empty());
+  ASSERT_EQ(c.execute_using_polytree(ctUnion, pftEvenOdd, pftEvenOdd, 0), RETVAL_OK);
+  const auto& plain = c.tree.get_nodes();
+  ASSERT_EQ(plain.size(), 3u);
+  EXPECT_EQ(c.tree.get_first(), &plain[0]);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(plain[i].level(), i);
+    EXPECT_EQ(plain[i].father(), i == 0 ? nullptr : &plain[i - 1]);
+  }
+  ClipperLib::cInt max_x = 0;
+  for (const auto& p : plain[2].get_data()) max_x = std::max(max_x, p.X);
+  EXPECT_EQ(max_x, 40000000);
+  EXPECT_TRUE(c.fixed_subject == nullptr && c.fixed_result == nullptr);
+  OutLoops out;
+  c.get_result(out, false);
+  ASSERT_EQ(out.size(), 3u);
+  EXPECT_NEAR(std::fabs(signed_area(*out[0])), 36.0, 1e-5);
+  EXPECT_NEAR(std::fabs(signed_area(*out[2])), 4.0, 1e-5);
 
   PolyTreeEx siblings;
   ASSERT_EQ(fill_tree(siblings, {square(0, 0, 1), square(5, 0, 1)}, pftNonZero), RETVAL_OK);
@@ -70,24 +82,24 @@ TEST(PolyTreeExFill, HoleAndIslandGiveFourNodesWithLevelsAndBoxes) {
   EXPECT_EQ(siblings.get_nodes()[2].level(), 1);
 }
 
-TEST(PolyTreeExFill, EmptyResultFailsAndEmptiesTheTreeRefusalsLeaveItAlone) {
+// An empty result fails and empties the extended tree, keeping the imported inputs; refusals
+// and engine exceptions leave it alone. For the plain tree an empty result is no failure.
+TEST(PolyTreeFill, EmptyResultFailsAndEmptiesTheTreeRefusalsLeaveItAlone) {
   PolyTreeEx tree;
   ASSERT_EQ(fill_tree(tree, {square(0, 0, 1)}), RETVAL_OK);
   ProbeClipper refused;
   refused.add_paths({nullptr}, ptSubject);
   EXPECT_EQ(refused.execute(ctUnion, tree, pftNonZero, pftNonZero, 0), RETVAL_BAD_INPUT);
-  EXPECT_EQ(tree.get_nodes().size(), 2u);
   EXPECT_THROW(fill_tree(tree, {square(0, 0, 5e11f)}), ClipperLib::clipperException);
   EXPECT_EQ(tree.get_nodes().size(), 2u);
-
   ProbeClipper c;
   c.add_path(square(0, 0, 1), ptSubject);
   c.add_path(square(5, 0, 1), ptClip);
   EXPECT_EQ(c.execute(ctIntersection, tree, pftNonZero, pftNonZero, 0), RETVAL_FAILED);
-  EXPECT_TRUE(tree.get_nodes().empty());
   EXPECT_EQ(tree.get_first(), nullptr);
-  EXPECT_NE(c.fixed_subject, nullptr);  // the inputs stay imported
-  EXPECT_NE(c.fixed_clip, nullptr);
+  EXPECT_TRUE(c.fixed_subject != nullptr && c.fixed_clip != nullptr);
+  EXPECT_EQ(c.execute_using_polytree(ctIntersection, pftNonZero, pftNonZero, 0), RETVAL_OK);
+  EXPECT_EQ(c.tree.get_first(), nullptr);
 }
 
 // The plain tree tests its limit after each level: 5000 outer loops and their holes pass 9999
@@ -108,95 +120,49 @@ TEST(PolyTreeNodeLimit, OnlyThePlainTreeStopsAndOnlyBetweenLevels) {
   }
 }
 
-class PolyTreeExPruning : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(fill_tree(tree, nested_grid(1)), RETVAL_OK);
-    ASSERT_EQ(tree.get_nodes().size(), 4u);
-  }
-  PolyTreeEx::Node& node(int i) { return tree.get_nodes()[i]; }
+// Dump is breadth-first and a deleted node hides its subtree, live nodes below it included.
+// Copies are deep, link into their own nodes and drop links that lead out of the source.
+TEST(PolyTreeEx, DumpSkipsDeletedSubtreesAndCopiesAreDeep) {
   PolyTreeEx tree;
-};
-
-TEST_F(PolyTreeExPruning, DumpIsBreadthFirstAndSkipsDeletedSubtrees) {
-  auto all = node(0).dump();
+  ASSERT_EQ(fill_tree(tree, nested_grid(1)), RETVAL_OK);
+  auto& n = tree.get_nodes();
+  const auto all = n[0].dump();
   ASSERT_EQ(all.size(), 3u);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(all[i], node(i + 1).path);
-  EXPECT_EQ(node(2).dump().size(), 2u);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(all[i], n[i + 1].path);
+  n[2].set_deleted(true);
+  EXPECT_TRUE(n[3].is_deleted());
+  EXPECT_FALSE(n[1].is_deleted());
+  EXPECT_TRUE(n[2].dump().empty());
+  n[3].deleted = false;
+  EXPECT_EQ(n[0].dump().size(), 1u);
 
-  node(2).set_deleted(true);  // hides its island too
-  EXPECT_TRUE(node(3).is_deleted());
-  EXPECT_FALSE(node(1).is_deleted());
-  ASSERT_EQ(node(0).dump().size(), 1u);
-  EXPECT_TRUE(node(2).dump().empty());
-  node(2).set_deleted(false);
-  EXPECT_EQ(node(0).dump().size(), 3u);
-  // A live node below a deleted one is skipped; a root without live children dumps nothing.
-  node(2).set_deleted(true);
-  node(3).deleted = false;
-  EXPECT_EQ(node(0).dump().size(), 1u);
-  node(1).set_deleted(true);
-  EXPECT_TRUE(node(0).dump().empty());
-}
-
-TEST_F(PolyTreeExPruning, CopyIsDeepAndLinksIntoItsOwnNodes) {
   PolyTreeEx copy(tree);
   auto& cn = copy.get_nodes();
   ASSERT_EQ(cn.size(), 4u);
   for (std::size_t i = 1; i < cn.size(); ++i) {
     EXPECT_EQ(cn[i].father(), &cn[i - 1]);
     EXPECT_EQ(cn[i - 1].childs()[0], &cn[i]);
-    EXPECT_NE(cn[i].get_path().get(), node(static_cast<int>(i)).get_path().get());
-    EXPECT_TRUE(same_points(*cn[i].get_path(), *node(static_cast<int>(i)).get_path()));
+    EXPECT_NE(cn[i].get_path().get(), n[i].get_path().get());
+    EXPECT_TRUE(same_points(*cn[i].get_path(), *n[i].get_path()));
+    EXPECT_EQ(cn[i].is_deleted(), n[i].is_deleted());
   }
   cn[1].set_deleted(true);
-  EXPECT_FALSE(node(1).is_deleted());
-  PolyTreeEx assigned;
-  assigned = copy;
-  tree = assigned;  // assignment over a filled tree
-  EXPECT_TRUE(node(3).is_deleted());
-  EXPECT_EQ(node(3).father(), &node(2));
-  EXPECT_TRUE(node(0).dump().empty());
-}
+  EXPECT_FALSE(n[1].is_deleted());
+  tree = copy;  // assignment over a filled tree
+  EXPECT_TRUE(n[0].dump().empty());
+  EXPECT_EQ(n[3].father(), &n[2]);
 
-TEST(PolyTreeExCopy, ForeignLinksAreDropped) {
-  PolyTreeEx tree;
   PolyTreeEx::Node outsider;
-  tree.get_nodes().resize(2);
-  tree.get_nodes()[0].childs_ = {&tree.get_nodes()[1], &outsider};
-  tree.get_nodes()[1].father_ = &outsider;
-  PolyTreeEx copy(tree);
-  ASSERT_EQ(copy.get_nodes()[0].childs().size(), 1u);
-  EXPECT_EQ(copy.get_nodes()[0].childs()[0], &copy.get_nodes()[1]);
-  EXPECT_EQ(copy.get_nodes()[1].father(), nullptr);
+  n.resize(2);
+  n[0].childs_ = {&n[1], &outsider};
+  n[1].father_ = &outsider;
+  PolyTreeEx foreign(tree);
+  EXPECT_EQ(foreign.get_nodes()[0].childs(),
+            std::vector<PolyTreeEx::Node*>{&foreign.get_nodes()[1]});
+  EXPECT_EQ(foreign.get_nodes()[1].father(), nullptr);
 }
 
-TEST(PolyTreeFill, HoleAndIslandGiveThreeFixedPointNodesAndEmptyResultNone) {
-  ProbeClipper c;
-  c.add_paths(nested_grid(1), ptSubject);
-  ASSERT_EQ(c.execute_using_polytree(ctUnion, pftEvenOdd, pftEvenOdd, 0), RETVAL_OK);
-  const auto& nodes = c.tree.get_nodes();
-  ASSERT_EQ(nodes.size(), 3u);
-  EXPECT_EQ(c.tree.get_first(), &nodes[0]);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(nodes[i].level(), i);
-    EXPECT_EQ(nodes[i].get_data().size(), 4u);
-    EXPECT_EQ(nodes[i].father(), i == 0 ? nullptr : &nodes[i - 1]);
-  }
-  ClipperLib::cInt max_x = 0;
-  for (const auto& p : nodes[2].get_data()) max_x = std::max(max_x, p.X);
-  EXPECT_EQ(max_x, 40000000);
-  EXPECT_EQ(c.fixed_subject, nullptr);
-  EXPECT_EQ(c.fixed_result, nullptr);
-
-  c.clear_paths();
-  c.add_path(square(0, 0, 1), ptSubject);
-  c.add_path(square(5, 0, 1), ptClip);
-  EXPECT_EQ(c.execute_using_polytree(ctIntersection, pftNonZero, pftNonZero, 0), RETVAL_OK);
-  EXPECT_TRUE(c.tree.get_nodes().empty());
-  EXPECT_EQ(c.tree.get_first(), nullptr);
-}
-
+// Open subjects are clipped into the engine tree and fetched as open paths.
 TEST(TreeResult, OpenSubjectIsClippedIntoTheTreeAndFetchedAsOpen) {
   ProbeClipper c;
   c.add_path(std::make_shared<Point2Vector>(Point2Vector{{0, 0.5f}, {3, 0.5f}}), ptSubject);
@@ -212,40 +178,23 @@ TEST(TreeResult, OpenSubjectIsClippedIntoTheTreeAndFetchedAsOpen) {
   EXPECT_FLOAT_EQ(std::max((*out[0])[0].x, (*out[0])[1].x), 2.0f);
   EXPECT_FLOAT_EQ((*out[0])[0].y, 0.5f);
   EXPECT_TRUE(c.tree.get_nodes().empty());  // no node list stands for the engine tree
-
-  ProbeClipper nested;
-  nested.add_paths(nested_grid(1), ptSubject);
-  nested.execute_using_polytree(ctUnion, pftEvenOdd, pftEvenOdd, 0);
-  nested.get_result(out, false);
-  ASSERT_EQ(out.size(), 3u);  // parents first
-  EXPECT_NEAR(std::fabs(signed_area(*out[0])), 36.0, 1e-5);
-  EXPECT_NEAR(std::fabs(signed_area(*out[2])), 4.0, 1e-5);
 }
 
 // 17000004 and 17000005 units both become the float 17000004 before the division: the tree
-// path merges such neighbours (but never the first with the last), the path form does not.
+// path merges such neighbours, the path form does not.
 TEST(TreeResult, ConsecutivePointsOnOneFloatPairMergeOnlyOnTheTreePath) {
   const ClipperLib::Paths pentagon{
       {{0, 0}, {30000000, 0}, {17000005, 17000004}, {17000004, 17000004}, {0, 30000000}}};
   ProbeClipper c;
-  c.fixed_subject = std::make_shared<ClipperLib::Paths>(pentagon);
-  c.execute(ctUnion, pftNonZero, pftNonZero, 0, true);
   OutLoops out;
-  c.get_result(out, true);
-  ASSERT_EQ(out.size(), 1u);
-  EXPECT_EQ(out[0]->size(), 5u);
-  c.fixed_subject = std::make_shared<ClipperLib::Paths>(pentagon);
-  c.execute_using_polytree(ctUnion, pftNonZero, pftNonZero, 0);
-  c.get_result(out, false);
-  ASSERT_EQ(out.size(), 1u);
-  EXPECT_EQ(out[0]->size(), 4u);
-
-  c.fixed_subject = std::make_shared<ClipperLib::Paths>(
-      ClipperLib::Paths{{{0, 0}, {20000000, 0}, {20000000, 20000000}}});
-  c.execute_using_polytree(ctUnion, pftNonZero, pftNonZero, 0);
-  c.get_result(out, false);
-  ASSERT_EQ(out.size(), 1u);
-  EXPECT_EQ(out[0]->size(), 3u);
+  for (bool tree : {false, true}) {
+    c.fixed_subject = std::make_shared<ClipperLib::Paths>(pentagon);
+    if (tree) c.execute_using_polytree(ctUnion, pftNonZero, pftNonZero, 0);
+    if (!tree) c.execute(ctUnion, pftNonZero, pftNonZero, 0, true);
+    c.get_result(out, !tree);
+    ASSERT_EQ(out.size(), 1u);
+    EXPECT_EQ(out[0]->size(), tree ? 4u : 5u);
+  }
 }
 
 }  // namespace

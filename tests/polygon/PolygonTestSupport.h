@@ -21,12 +21,10 @@ class ProbeClipper : public Clipper {
   using Clipper::clip_paths;
   using Clipper::Clipper;
   using Clipper::convert_from_clipper;
-  using Clipper::convert_to_clipper;
   using Clipper::execute_using_polytree;
   using Clipper::fixed_clip;
   using Clipper::fixed_result;
   using Clipper::fixed_subject;
-  using Clipper::import_data;
   using Clipper::multiple;
   using Clipper::orientation;
   using Clipper::simplify_polygons;
@@ -37,16 +35,12 @@ class ProbeClipper : public Clipper {
 
 // Axis-aligned square, counter-clockwise with y up (or clockwise when asked).
 inline Loop square(float x0, float y0, float side, bool widdershins = true) {
-  auto p = std::make_shared<Point2Vector>();
-  p->emplace_back(x0, y0);
-  p->emplace_back(x0 + side, y0);
-  p->emplace_back(x0 + side, y0 + side);
-  p->emplace_back(x0, y0 + side);
+  auto p = std::make_shared<Point2Vector>(
+      Point2Vector{{x0, y0}, {x0 + side, y0}, {x0 + side, y0 + side}, {x0, y0 + side}});
   if (!widdershins) std::reverse(p->begin(), p->end());
   return p;
 }
 
-// A writable copy, for output vectors that must be seen to be replaced.
 inline std::shared_ptr<Point2Vector> writable(const Loop& loop) {
   return std::make_shared<Point2Vector>(*loop);
 }
@@ -55,20 +49,10 @@ inline std::shared_ptr<Point2Vector> writable(const Loop& loop) {
 inline double signed_area(const std::vector<Point2>& loop) {
   double a = 0.0;
   for (std::size_t i = 0, n = loop.size(); i < n; ++i) {
-    const Point2& p = loop[i];
-    const Point2& q = loop[(i + 1) % n];
+    const Point2 &p = loop[i], &q = loop[(i + 1) % n];
     a += static_cast<double>(p.x) * q.y - static_cast<double>(q.x) * p.y;
   }
   return a / 2.0;
-}
-
-// Point2 has no equality of its own: compare bit for bit as floats compare.
-inline bool same_points(const std::vector<Point2>& a, const std::vector<Point2>& b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (a[i].x != b[i].x || a[i].y != b[i].y) return false;
-  }
-  return true;
 }
 
 template <class LoopVector>
@@ -78,11 +62,10 @@ inline double total_abs_area(const LoopVector& loops) {
   return a;
 }
 
-template <class LoopVector>
-inline double total_signed_area(const LoopVector& loops) {
-  double a = 0.0;
-  for (const auto& l : loops) a += signed_area(*l);
-  return a;
+// Point2 has no equality of its own: compare bit for bit as floats compare.
+inline bool same_points(const std::vector<Point2>& a, const std::vector<Point2>& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](const Point2& p, const Point2& q) { return p.x == q.x && p.y == q.y; });
 }
 
 }  // namespace testing_support
