@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -8,6 +10,7 @@
 
 #include "quorvex/baseType/Path.h"
 #include "quorvex/baseType/Point2.h"
+#include "quorvex/baseType/Types.h"
 #include "support/PointEquality.h"
 
 namespace Quorvex {
@@ -17,6 +20,23 @@ namespace test {
 using Loop = std::vector<Point2>;
 
 const Loop kSquare = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
+
+// A worked example: the loop, the tolerance, and the exact loop that must come out.
+struct WorkedCase {
+  const char* name;
+  Loop input;
+  float tolerance;
+  Loop expected;
+};
+
+template <class Simplify>
+void expect_worked_cases(const std::vector<WorkedCase>& rows, Simplify simplify) {
+  for (const WorkedCase& r : rows) {
+    Loop loop = r.input;
+    EXPECT_EQ(simplify(loop, r.tolerance), RETVAL_OK) << r.name;
+    EXPECT_EQ(loop, r.expected) << r.name;
+  }
+}
 
 // A circle of `n` vertices, widdershins, each pushed off the circle radially by up to `noise`.
 inline Loop noisy_ring(int n, float radius, float noise, uint32_t seed) {

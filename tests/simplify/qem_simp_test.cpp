@@ -15,30 +15,25 @@ using test::kSquare;
 using test::Loop;
 
 TEST(QEMSimp, WorkedCases) {
-  const struct {
-    const char* name;
-    Loop input;
-    float tolerance;
-    Loop expected;
-  } rows[] = {
-      // A corner lies 7.07 from the diagonal of its neighbours.
-      {"square below the corner cost", kSquare, 7.0f, kSquare},
-      // All four costs tie at 50: the heap serves vertex 0, then 2 (the hole takes the right
-      // child on ties), and the ring is down to 1 and 3.
-      {"square shrinks to two in heap order", kSquare, 100.0f, {{10, 0}, {0, 10}}},
-      {"collinear go first", {{0, 0}, {2, 0}, {5, 0}, {10, 0}, {10, 10}, {0, 10}}, 0.01f, kSquare},
-      // Vertex 1 sits between two copies of the origin: a zero chord costs nothing.
-      {"spike on a zero chord goes",
-       {{0, 0}, {50, 70}, {0, 0}, {10, 0}, {10, 10}, {0, 10}},
-       0.5f,
-       {{0, 0}, {0, 0}, {10, 0}, {10, 10}, {0, 10}}},
-      {"all points equal leave two", Loop(10, Point2(2, 3)), 1e-3f, {{2, 3}, {2, 3}}},
-  };
-  for (const auto& r : rows) {
-    Loop loop = r.input;
-    EXPECT_EQ(get_QEM_simplified_loop(loop, r.tolerance), RETVAL_OK) << r.name;
-    EXPECT_EQ(loop, r.expected) << r.name;
-  }
+  test::expect_worked_cases(
+      {
+          // A corner lies 7.07 from the diagonal of its neighbours.
+          {"square below the corner cost", kSquare, 7.0f, kSquare},
+          // All four costs tie at 50: the heap serves vertex 0, then 2 (the hole takes the right
+          // child on ties), and the ring is down to 1 and 3.
+          {"square shrinks to two in heap order", kSquare, 100.0f, {{10, 0}, {0, 10}}},
+          {"collinear go first",
+           {{0, 0}, {2, 0}, {5, 0}, {10, 0}, {10, 10}, {0, 10}},
+           0.01f,
+           kSquare},
+          // Vertex 1 sits between two copies of the origin: a zero chord costs nothing.
+          {"spike on a zero chord goes",
+           {{0, 0}, {50, 70}, {0, 0}, {10, 0}, {10, 10}, {0, 10}},
+           0.5f,
+           {{0, 0}, {0, 0}, {10, 0}, {10, 10}, {0, 10}}},
+          {"all points equal leave two", Loop(10, Point2(2, 3)), 1e-3f, {{2, 3}, {2, 3}}},
+      },
+      get_QEM_simplified_loop);
 }
 
 TEST(QEMSimp, RefusesBadToleranceAndShortLoops) {

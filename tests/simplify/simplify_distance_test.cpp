@@ -18,25 +18,17 @@ bool has_point(const Loop& loop, const Point2& p) {
 }
 
 TEST(SimplifyDistance, WorkedCases) {
-  const struct {
-    const char* name;
-    Loop input;
-    float tolerance;
-    Loop expected;
-  } rows[] = {
-      {"all equal leave one", Loop(10, Point2(2, 3)), 1, {{2, 3}}},
-      {"a close midpoint goes", {{0, 0}, {5, 0}, {10, 0}, {10, 10}, {0, 10}}, 1, test::kSquare},
-      {"the last point close to the first drops the first",
-       {{0, 0}, {10, 0}, {10, 10}, {0, 10}, {0, 0.5f}},
-       1,
-       {{10, 0}, {10, 10}, {0, 10}, {0, 0.5f}}},
-      {"zero tolerance keeps all", test::dense_square(20), 0, test::dense_square(20)},
-  };
-  for (const auto& r : rows) {
-    Loop loop = r.input;
-    EXPECT_EQ(get_simplified_loop(loop, r.tolerance), RETVAL_OK) << r.name;
-    EXPECT_EQ(loop, r.expected) << r.name;
-  }
+  test::expect_worked_cases(
+      {
+          {"all equal leave one", Loop(10, Point2(2, 3)), 1, {{2, 3}}},
+          {"a close midpoint goes", {{0, 0}, {5, 0}, {10, 0}, {10, 10}, {0, 10}}, 1, test::kSquare},
+          {"the last point close to the first drops the first",
+           {{0, 0}, {10, 0}, {10, 10}, {0, 10}, {0, 0.5f}},
+           1,
+           {{10, 0}, {10, 10}, {0, 10}, {0, 0.5f}}},
+          {"zero tolerance keeps all", test::dense_square(20), 0, test::dense_square(20)},
+      },
+      get_simplified_loop);
   for (float tol : {0.0f, 1.0f, 100.0f}) {  // two points: one or both stay
     Loop loop = {{0, 0}, {1, 0}};
     EXPECT_EQ(get_simplified_loop(loop, tol), RETVAL_OK);
