@@ -85,7 +85,7 @@ fuzz: deps
 # Line coverage of the libraries by the whole suite (gcc --coverage, reported by gcovr).
 coverage: deps
 	@scripts/install-deps.sh gcovr
-	@JOBS=$(JOBS) scripts/coverage.sh $(COV_DIR) . --print-summary
+	@JOBS=$(JOBS) scripts/coverage.sh $(COV_DIR) "" --print-summary
 
 clean:
 	@rm -rf $(BUILD_DIR) $(BENCH_DIR) $(ASAN_DIR) $(TSAN_DIR) $(COV_DIR) out

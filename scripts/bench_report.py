@@ -70,22 +70,28 @@ def label(g):
     return "%s (%s time)" % (g["workload"], g.get("clock", "real"))
 
 
-def ratio_row(g, times):
+def compared(g, times):
+    """The cells ours and peer, and the peer's time over ours (None if either did not run)."""
     ours, peer = times.get(g["ours"]), times.get(g["peer"])
     if ours is None or peer is None:
-        return None, "| %s | %s | %s | - | %.2fx | not run |" % (
-            label(g), g["ours"], g["peer"], g["goal"])
-    ratio = peer / ours
+        return g["ours"], g["peer"], None
+    return fmt_time(ours), fmt_time(peer), peer / ours
+
+
+def ratio_row(g, times):
+    ours, peer, ratio = compared(g, times)
+    if ratio is None:
+        return None, "| %s | %s | %s | - | %.2fx | not run |" % (label(g), ours, peer, g["goal"])
     ok = ratio >= g["goal"]
     return ok, "| %s | %s | %s | %.2fx | %.2fx | %s |" % (
-        label(g), fmt_time(ours), fmt_time(peer), ratio, g["goal"], "yes" if ok else "no")
+        label(g), ours, peer, ratio, g["goal"], "yes" if ok else "no")
 
 
 def reference_row(g, times):
-    ours, peer = times.get(g["ours"]), times.get(g["peer"])
-    if ours is None or peer is None:
-        return "| %s | %s | %s | not run |" % (label(g), g["ours"], g["peer"])
-    return "| %s | %s | %s | %.2fx |" % (label(g), fmt_time(ours), fmt_time(peer), peer / ours)
+    ours, peer, ratio = compared(g, times)
+    if ratio is None:
+        return "| %s | %s | %s | not run |" % (label(g), ours, peer)
+    return "| %s | %s | %s | %.2fx |" % (label(g), ours, peer, ratio)
 
 
 def growth_row(g, times):
