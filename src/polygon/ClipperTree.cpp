@@ -1,6 +1,7 @@
 #include <deque>
 #include <utility>
 
+#include "EngineTreeCount.h"
 #include "quorvex/planeGeometry/BoundaryTransform.h"
 #include "quorvex/polygon/Clipper.h"
 
@@ -38,19 +39,15 @@ RetVal Clipper::execute(ClipType clip_type, PolyTreeEx& result, PolyFillType sub
   engine.Execute(to_engine(clip_type), engine_tree, to_engine(subject_fill), to_engine(clip_fill));
 
   std::vector<PolyTreeEx::Node>& nodes = result.get_nodes();
-  const int total = engine_tree.Total();
-  if (total <= 0) {
+  const std::size_t total = count_engine_nodes(engine_tree);
+  if (total == 0) {
     nodes.clear();
     return RETVAL_FAILED;
   }
   nodes.clear();
   // The links between nodes are raw pointers into this list: it must never reallocate
-  // during the walk, so room for all of it is made first.
-  nodes.reserve(static_cast<std::size_t>(total) + 2);
-  if (nodes.capacity() < static_cast<std::size_t>(total)) {
-    nodes.clear();
-    return RETVAL_FAILED;
-  }
+  // during the walk, so room for all of it, the root included, is made first.
+  nodes.reserve(total + 1);
 
   PolyTreeEx::Node root;
   root.level_ = 0;

@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 
+#include "EngineTreeCount.h"
 #include "quorvex/planeGeometry/BoundaryTransform.h"
 
 namespace Quorvex {
@@ -28,18 +29,14 @@ RetVal PolyTree::clear() {
 }
 
 RetVal PolyTree::copy_from_tree() {
-  const int total = engine_tree.Total();
-  if (total <= 0) {
+  const std::size_t total = count_engine_nodes(engine_tree);
+  if (total == 0) {
     clear();
     return RETVAL_FAILED;
   }
   nodes.clear();
   // Links are raw pointers into the list: it is sized once and never reallocates.
-  nodes.reserve(static_cast<std::size_t>(total));
-  if (nodes.capacity() < static_cast<std::size_t>(total)) {
-    clear();
-    return RETVAL_FAILED;
-  }
+  nodes.reserve(total);
 
   // The engine tree itself is the root that GetFirst() hangs from.
   const ClipperLib::PolyNode* root = &engine_tree;
@@ -56,7 +53,6 @@ RetVal PolyTree::copy_from_tree() {
     const std::size_t level_end = nodes.size();
     for (std::size_t i = level_begin; i < level_end; ++i) {
       for (const ClipperLib::PolyNode* child : nodes[i].poly_node->Childs) {
-        if (nodes.size() == nodes.capacity()) break;  // cannot happen: Total() counts all
         Node node;
         node.poly_node = child;
         node.level_ = level;

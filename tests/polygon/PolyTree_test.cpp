@@ -162,6 +162,28 @@ TEST(PolyTreeEx, DumpSkipsDeletedSubtreesAndCopiesAreDeep) {
   EXPECT_EQ(foreign.get_nodes()[1].father(), nullptr);
 }
 
+// One loop reached through a slit of no width: the engine splits it into an outer loop and a
+// hole, and its own node count comes out one short. Both trees still hold both loops, and the
+// plain tree's list does not depend on the room an earlier run left in it.
+TEST(TreeResult, KeyholeLoopKeepsItsHoleInBothTrees) {
+  const Loops keyhole = {std::make_shared<Point2Vector>(
+      Point2Vector{{0, 0}, {10, 0}, {10, 10}, {0, 10}, {0, 5}, {2, 5}, {2, 8}, {8, 8}, {8, 2},
+                   {2, 2}, {2, 5}, {0, 5}})};
+  PolyTreeEx tree;
+  ASSERT_EQ(fill_tree(tree, keyhole, pftNonZero), RETVAL_OK);
+  ASSERT_EQ(tree.get_nodes().size(), 3u);
+  EXPECT_TRUE(tree.get_nodes()[2].is_hole());
+  EXPECT_EQ(tree.get_nodes()[2].father(), &tree.get_nodes()[1]);
+  ProbeClipper c;
+  c.add_paths(keyhole, ptSubject);
+  ASSERT_EQ(c.execute_using_polytree(ctUnion, pftNonZero, pftNonZero, 0), RETVAL_OK);
+  const auto& plain = c.tree.get_nodes();
+  ASSERT_EQ(plain.size(), 2u);
+  EXPECT_EQ(plain[0].childs().size(), 1u);
+  EXPECT_EQ(plain[0].childs()[0], &plain[1]);
+  EXPECT_EQ(plain[1].father(), &plain[0]);
+}
+
 // Open subjects are clipped into the engine tree and fetched as open paths.
 TEST(TreeResult, OpenSubjectIsClippedIntoTheTreeAndFetchedAsOpen) {
   ProbeClipper c;
