@@ -2,33 +2,27 @@
 
 namespace Quorvex {
 
-namespace {
-// An empty handle is a sequence of size 0 for the checked accessors.
-Point2& checked_point(const std::shared_ptr<Point2Vector>& seq, std::size_t i) {
-  if (!seq) throw_invalid_subscript();
-  return checked_at(*seq, i);
-}
-}  // namespace
+Point2& ExtendPathComponent::get_tail(std::size_t i) { return checked_at(tails_, i); }
+const Point2& ExtendPathComponent::get_tail(std::size_t i) const { return checked_at(tails_, i); }
+Point2& ExtendPathComponent::get_head(std::size_t i) { return checked_at(heads_, i); }
+const Point2& ExtendPathComponent::get_head(std::size_t i) const { return checked_at(heads_, i); }
 
-Point2& ExtendPathComponent::get_tail(std::size_t i) { return checked_point(tails_, i); }
-const Point2& ExtendPathComponent::get_tail(std::size_t i) const {
-  return checked_point(tails_, i);
-}
-Point2& ExtendPathComponent::get_head(std::size_t i) { return checked_point(heads_, i); }
-const Point2& ExtendPathComponent::get_head(std::size_t i) const {
-  return checked_point(heads_, i);
-}
-
+// Both sizes are checked before either sequence changes, so a refusal leaves the path as it was.
 void Path::reserve_vn(std::size_t n) {
+  if (colors_) check_growth(*colors_, n);
+  check_growth(Point2Vector(), n);
   if (!points_) init_points();
   points_->reserve(n);
   if (colors_) colors_->reserve(n);
 }
 
+// New points are (0, 0) and new colours black: nothing is left undefined.
 void Path::resize_vn(std::size_t n) {
+  if (colors_) check_growth(*colors_, n);
+  check_growth(Point2Vector(), n);
   if (!points_) init_points();
   points_->resize(n);
-  if (colors_) colors_->resize(n);
+  if (colors_) colors_->resize(n, Color3f::Zero());
 }
 
 const Point2& Path::get_start_point() const {

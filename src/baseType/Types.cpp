@@ -38,4 +38,6 @@ void ptr_vector_to_const_ptr_vector(const std::vector<std::shared_ptr<ColorVecto
 
 void throw_invalid_subscript() { throw std::out_of_range("invalid vector<T> subscript"); }
 
+void throw_too_long() { throw std::length_error("vector<T> too long"); }
+
 }  // namespace Quorvex

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -8,6 +9,7 @@
 
 #include "quorvex/baseType/Entity.h"
 #include "support/ModelSamples.h"
+#include "support/PointEquality.h"
 
 namespace Quorvex {
 namespace {
@@ -24,10 +26,39 @@ TEST(Path, ResizeKeepsColoursInStepAndLeavesFlags) {
   p.resize_vn(5);
   EXPECT_EQ(p.get_colors()->size(), 5u);
   EXPECT_EQ(p.get_flags()->size(), 7u);
+  EXPECT_EQ(p.get_color(4), Color3f::Zero());
+  EXPECT_EQ(p.get_point(4), Point2(0, 0));
+}
+
+// Past the largest size: the text callers know, whatever the standard library would say, and
+// the sequences are left as they were.
+TEST(Path, GrowingPastTheLargestSizeRaisesLengthError) {
+  auto p = make_path({{1, 2}});
+  p->init_colors();
+  p->get_colors()->emplace_back(1, 1, 1);
+  Path bare;
+  Entity e;
+  const std::size_t huge = ColorVector().max_size() + 1;  // within the points' limit
+  const std::function<void()> calls[] = {
+      [&] { p->reserve_vn(huge); }, [&] { p->resize_vn(huge); }, [&] { bare.resize_vn(SIZE_MAX); },
+      [&] { e.reserve_layer_size(SIZE_MAX); }, [&] { e.resize_layer_size(SIZE_MAX); }};
+  for (const auto& call : calls) {
+    try {
+      call();
+      ADD_FAILURE() << "no exception";
+    } catch (const std::length_error& err) {
+      EXPECT_STREQ(err.what(), "vector<T> too long");
+    }
+  }
+  EXPECT_EQ(p->get_vn(), 1u);
+  EXPECT_EQ(p->get_colors()->size(), 1u);
+  EXPECT_EQ(bare.get_points(), nullptr);
 }
 
 TEST(Path, CheckedAccessRaisesOutOfRange) {
   auto p = make_path({{1, 2}});
+  Path no_colours;
+  no_colours.resize_vn(1);
   p->init_colors();
   ExtendPathComponent ext;
   ext.set_heads(std::make_shared<Point2Vector>(Point2Vector{{0, 0}}));
@@ -37,6 +68,7 @@ TEST(Path, CheckedAccessRaisesOutOfRange) {
   const std::function<void()> calls[] = {[&] { p->get_point(1); },
                                          [&] { (*p)(5); },
                                          [&] { p->get_color(0); },
+                                         [&] { no_colours.get_color(0); },
                                          [&] { ext.get_tail(0); },
                                          [&] { ext.get_head(1); },
                                          [&] { e.set_layer(std::make_shared<Layer>(), 1); },

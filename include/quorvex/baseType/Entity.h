@@ -33,8 +33,15 @@ class QX_EXPORT Entity {
   void set_layers(const std::vector<std::shared_ptr<Layer>>& v) { layers_ = v; }
   // Checked: raises std::out_of_range for an index at or past the size.
   void set_layer(const std::shared_ptr<Layer>& layer, int index);
-  void reserve_layer_size(std::size_t n) { layers_.reserve(n); }
-  void resize_layer_size(std::size_t n) { layers_.resize(n); }
+  // Both raise std::length_error past the largest possible size.
+  void reserve_layer_size(std::size_t n) {
+    check_growth(layers_, n);
+    layers_.reserve(n);
+  }
+  void resize_layer_size(std::size_t n) {
+    check_growth(layers_, n);
+    layers_.resize(n);
+  }
 
   CraftType get_craft_type() const { return craft_type_; }
   void set_craft_type(const CraftType& t) { craft_type_ = t; }

@@ -86,13 +86,16 @@ class QX_EXPORT Path {
   const Point2& get_point(std::size_t i) const { return checked_at(*points_, i); }
   Point2& operator()(std::size_t i) { return get_point(i); }
   const Point2& operator()(std::size_t i) const { return get_point(i); }
-  Color3f& get_color(std::size_t i) { return checked_at(*colors_, i); }
-  const Color3f& get_color(std::size_t i) const { return checked_at(*colors_, i); }
+  Color3f& get_color(std::size_t i) { return checked_at(colors_, i); }
+  const Color3f& get_color(std::size_t i) const { return checked_at(colors_, i); }
 
   bool is_fill() { return type_ >= 3 && type_ <= 11; }
 
   void init_points() { points_ = std::make_shared<Point2Vector>(); }
   void init_colors() { colors_ = std::make_shared<ColorVector>(); }
+  // Size the points, and the colours when their handle is set; flags are left alone. New
+  // points are (0, 0), new colours black. Past the largest possible size they raise
+  // std::length_error and change nothing.
   void reserve_vn(std::size_t n);
   void resize_vn(std::size_t n);
 

@@ -108,4 +108,20 @@ inline auto checked_at(Vec& v, std::size_t i) -> decltype(v[i]) {
   return v[i];
 }
 
+// An empty handle counts as a sequence of size 0.
+template <class Vec>
+inline auto checked_at(const std::shared_ptr<Vec>& v, std::size_t i) -> decltype((*v)[i]) {
+  if (!v || i >= v->size()) throw_invalid_subscript();
+  return (*v)[i];
+}
+
+// Growing a model sequence past its maximum size raises this, with the text callers know,
+// rather than the standard library's own wording for each operation.
+[[noreturn]] QX_EXPORT void throw_too_long();
+
+template <class Vec>
+inline void check_growth(const Vec& v, std::size_t n) {
+  if (n > v.max_size()) throw_too_long();
+}
+
 }  // namespace Quorvex
