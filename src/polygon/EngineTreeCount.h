@@ -1,8 +1,7 @@
 #pragma once
 
-#include <polyclipping/clipper.hpp>
-
 #include <cstddef>
+#include <polyclipping/clipper.hpp>
 
 namespace Quorvex {
 

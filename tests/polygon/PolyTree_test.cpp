@@ -166,9 +166,18 @@ TEST(PolyTreeEx, DumpSkipsDeletedSubtreesAndCopiesAreDeep) {
 // hole, and its own node count comes out one short. Both trees still hold both loops, and the
 // plain tree's list does not depend on the room an earlier run left in it.
 TEST(TreeResult, KeyholeLoopKeepsItsHoleInBothTrees) {
-  const Loops keyhole = {std::make_shared<Point2Vector>(
-      Point2Vector{{0, 0}, {10, 0}, {10, 10}, {0, 10}, {0, 5}, {2, 5}, {2, 8}, {8, 8}, {8, 2},
-                   {2, 2}, {2, 5}, {0, 5}})};
+  const Loops keyhole = {std::make_shared<Point2Vector>(Point2Vector{{0, 0},
+                                                                     {10, 0},
+                                                                     {10, 10},
+                                                                     {0, 10},
+                                                                     {0, 5},
+                                                                     {2, 5},
+                                                                     {2, 8},
+                                                                     {8, 8},
+                                                                     {8, 2},
+                                                                     {2, 2},
+                                                                     {2, 5},
+                                                                     {0, 5}})};
   PolyTreeEx tree;
   ASSERT_EQ(fill_tree(tree, keyhole, pftNonZero), RETVAL_OK);
   ASSERT_EQ(tree.get_nodes().size(), 3u);
