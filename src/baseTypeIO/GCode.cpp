@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "quorvex/base/NumToString.h"
 
@@ -86,12 +87,17 @@ GCode::GCode(std::size_t decimal_place, const std::vector<StructureType>& sequen
     : decimal_place_(decimal_place), struct_sequence_(sequence) {}
 
 void GCode::set_decimal_place(float decimal_place) {
-  // Truncation toward zero; what has no count (negative, NaN, infinite) becomes 0.
+  // Truncation toward zero; what has no count (negative, NaN, infinite) becomes 0. A count
+  // beyond the largest size has no conversion and stays at the largest; any count past 60
+  // writes 60 decimals anyway.
   if (!(decimal_place >= 0.0f) || std::isinf(decimal_place)) {
     decimal_place_ = 0;
     return;
   }
-  decimal_place_ = static_cast<std::size_t>(decimal_place);
+  constexpr std::size_t kLargest = std::numeric_limits<std::size_t>::max();
+  decimal_place_ = decimal_place >= static_cast<float>(kLargest)
+                       ? kLargest
+                       : static_cast<std::size_t>(decimal_place);
 }
 
 RetVal GCode::get_gcode_from_entity(const Entity& entity) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <limits>
 #include <map>
 #include <sstream>
 #include <string>
@@ -178,6 +179,8 @@ TEST(GCode, DecimalPlaceIsTruncatedAndNeverNegative) {
   EXPECT_EQ(g.get_decimal_place(), 2.0f);
   g.set_decimal_place(-3.0f);
   EXPECT_EQ(g.get_decimal_place(), 0.0f);
+  g.set_decimal_place(1e20f);  // beyond any count: the largest, and no undefined conversion
+  EXPECT_EQ(g.get_decimal_place(), static_cast<float>(std::numeric_limits<std::size_t>::max()));
 }
 
 TEST(GCode, EntityGivesOneOutputPerLayerAndStartsOver) {
