@@ -29,7 +29,10 @@ class ArchiveSink {
  public:
   explicit ArchiveSink(WriteAble& out, std::ostream* stream = nullptr)
       : out_(out), stream_(stream) {}
-  ~ArchiveSink() { flush(); }
+  // Whatever is still gathered is dropped: the writer flushes at its end, so that an
+  // exception of a failing stream reaches the caller rather than a destructor, and a write
+  // that failed part way does not go on writing while the exception unwinds.
+  ~ArchiveSink() = default;
   ArchiveSink(const ArchiveSink&) = delete;
   ArchiveSink& operator=(const ArchiveSink&) = delete;
 
@@ -66,9 +69,10 @@ class ArchiveSink {
 
   void flush() {
     if (used_ == 0) return;
-    if (!put_directly(buffer_, used_)) out_.write(buffer_, used_);
-    written_ += used_;
-    used_ = 0;
+    const std::size_t count = used_;
+    used_ = 0;  // first: a stream that throws must not get these bytes again
+    if (!put_directly(buffer_, count)) out_.write(buffer_, count);
+    written_ += count;
   }
 
  private:
@@ -124,5 +128,13 @@ class ArchiveSink {
   std::size_t used_ = 0;
   char buffer_[kBytes];
 };
+
+// One write through a sink: `write(sink)`, then what it gathered goes out.
+template <class Write>
+void write_gathered(WriteAble& out, std::ostream* stream, Write write) {
+  ArchiveSink sink(out, stream);
+  write(sink);
+  sink.flush();
+}
 
 }  // namespace Quorvex

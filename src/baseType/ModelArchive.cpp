@@ -19,11 +19,10 @@ namespace {
 class ModelSource {
  public:
   explicit ModelSource(ReadAble& in) : in_(in) {
-    const std::int64_t pos = in_.tell();
-    const std::int64_t end = pos >= 0 ? in_.size() : -1;
-    if (pos >= 0 && end >= pos) {
+    const std::int64_t left = bytes_left(in_);
+    if (left >= 0) {
       known_ = true;
-      left_ = static_cast<std::uint64_t>(end - pos);
+      left_ = static_cast<std::uint64_t>(left);
     }
   }
 
@@ -34,7 +33,8 @@ class ModelSource {
   bool read_value(T& value) {
     static_assert(sizeof(T) <= 16, "fields only");
     if (exhausted_) return false;
-    char tmp[sizeof(T)];
+    // Zeroed: a stream that delivers less than it said it holds leaves zeros, not garbage.
+    char tmp[sizeof(T)] = {};
     if (known_) {
       if (left_ < sizeof(T)) {
         run_out();
@@ -78,6 +78,11 @@ class ModelSource {
       for (std::size_t done = 0; done < n;) {
         const std::size_t k = std::min(kStageElements, n - done);
         in_.read(reinterpret_cast<char*>(stage), k * sizeof(E));
+        if (in_.has_failed()) {  // delivered less than it said it holds
+          left_ = 0;
+          exhausted_ = true;
+          return;
+        }
         const E* first = reinterpret_cast<const E*>(stage);
         v.insert(v.end(), first, first + k);
         done += k;
@@ -317,8 +322,7 @@ void Point2Vector::read_archive(ReadAble& in) {
   read_points(src, *this);
 }
 void Point2Vector::write_archive(WriteAble& out) const {
-  ArchiveSink sink(out);
-  write_points(sink, this);
+  write_gathered(out, nullptr, [this](ArchiveSink& sink) { write_points(sink, this); });
 }
 
 void Path::read_archive(ReadAble& in) {
@@ -326,8 +330,7 @@ void Path::read_archive(ReadAble& in) {
   read_path(src, *this);
 }
 void Path::write_archive(WriteAble& out) const {
-  ArchiveSink sink(out);
-  write_path(sink, *this);
+  write_gathered(out, nullptr, [this](ArchiveSink& sink) { write_path(sink, *this); });
 }
 
 void Layer::read_archive(ReadAble& in) {
@@ -335,8 +338,7 @@ void Layer::read_archive(ReadAble& in) {
   read_layer(src, *this);
 }
 void Layer::write_archive(WriteAble& out) const {
-  ArchiveSink sink(out);
-  write_layer(sink, *this);
+  write_gathered(out, nullptr, [this](ArchiveSink& sink) { write_layer(sink, *this); });
 }
 
 void Entity::read_archive(ReadAble& in) {
@@ -344,8 +346,7 @@ void Entity::read_archive(ReadAble& in) {
   read_entity(src, *this);
 }
 void Entity::write_archive(WriteAble& out) const {
-  ArchiveSink sink(out);
-  write_entity(sink, *this);
+  write_gathered(out, nullptr, [this](ArchiveSink& sink) { write_entity(sink, *this); });
 }
 
 // ---- operators
@@ -357,8 +358,7 @@ std::istream& operator>>(std::istream& in, Entity& entity) {
 }
 std::ostream& operator<<(std::ostream& out, const Entity& entity) {
   WriteAble h(out);
-  ArchiveSink sink(h, &out);
-  write_entity(sink, entity);
+  write_gathered(h, &out, [&entity](ArchiveSink& sink) { write_entity(sink, entity); });
   return out;
 }
 std::istream& operator>>(std::istream& in, Layer& layer) {
@@ -368,8 +368,7 @@ std::istream& operator>>(std::istream& in, Layer& layer) {
 }
 std::ostream& operator<<(std::ostream& out, const Layer& layer) {
   WriteAble h(out);
-  ArchiveSink sink(h, &out);
-  write_layer(sink, layer);
+  write_gathered(h, &out, [&layer](ArchiveSink& sink) { write_layer(sink, layer); });
   return out;
 }
 std::istream& operator>>(std::istream& in, Path& path) {
@@ -400,8 +399,7 @@ std::istream& operator>>(std::istream& in, std::vector<Point2>& points) {
 }
 std::ostream& operator<<(std::ostream& out, const std::vector<Point2>& points) {
   WriteAble h(out);
-  ArchiveSink sink(h);
-  write_points(sink, &points);
+  write_gathered(h, nullptr, [&points](ArchiveSink& sink) { write_points(sink, &points); });
   return out;
 }
 

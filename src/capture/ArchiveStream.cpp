@@ -37,6 +37,32 @@ std::int64_t stream_size(std::istream& s) {
   return static_cast<std::int64_t>(end);
 }
 
+// Asked of the stream's buffer, not the stream: tellg and seekg set failure flags when the
+// buffer cannot seek, or turn its exception into bad(), and a reader that only wanted to
+// bound its allocations would then read nothing at all (a stream that decompresses is one).
+std::int64_t buffer_bytes_left(std::istream& s) {
+  std::streambuf* buffer = s.rdbuf();
+  if (!s.good() || buffer == nullptr) return -1;
+  using Pos = std::streambuf::pos_type;
+  const Pos failed = Pos(std::streambuf::off_type(-1));
+  bool moved = false;
+  try {
+    const Pos here = buffer->pubseekoff(0, std::ios_base::cur, std::ios_base::in);
+    if (here == failed) return -1;
+    const Pos end = buffer->pubseekoff(0, std::ios_base::end, std::ios_base::in);
+    if (end == failed) return -1;
+    moved = true;
+    if (buffer->pubseekpos(here, std::ios_base::in) == here) {
+      const std::int64_t left = static_cast<std::int64_t>(end) - static_cast<std::int64_t>(here);
+      return left >= 0 ? left : -1;
+    }
+  } catch (...) {
+    if (!moved) return -1;
+  }
+  s.setstate(std::ios_base::badbit);  // lost its place: reading on would give wrong data
+  return -1;
+}
+
 bool stream_write(std::ostream& s, const char* buffer, std::size_t count) {
   if (count == 0) return true;
   if (buffer == nullptr) return false;
@@ -55,6 +81,7 @@ std::int64_t isCapture::tell() { return static_cast<std::int64_t>(stream_->tellg
 void isCapture::seek(std::int64_t position) { stream_->seekg(position, std::ios_base::beg); }
 std::int64_t isCapture::size() { return stream_size(*stream_); }
 bool isCapture::has_failed() { return stream_->rdstate() != std::ios_base::goodbit; }
+std::int64_t isCapture::bytes_left() { return buffer_bytes_left(*stream_); }
 
 bool ifsCapture::read(char* buffer, std::size_t count) {
   return stream_read(*stream_, buffer, count);
@@ -63,6 +90,7 @@ std::int64_t ifsCapture::tell() { return static_cast<std::int64_t>(stream_->tell
 void ifsCapture::seek(std::int64_t position) { stream_->seekg(position, std::ios_base::beg); }
 std::int64_t ifsCapture::size() { return stream_size(*stream_); }
 bool ifsCapture::has_failed() { return stream_->rdstate() != std::ios_base::goodbit; }
+std::int64_t ifsCapture::bytes_left() { return buffer_bytes_left(*stream_); }
 
 }  // namespace ReadInternal
 
@@ -114,6 +142,14 @@ void ReadAble::seek(std::int64_t position) {
 }
 std::int64_t ReadAble::size() { return adapter_.get() ? adapter_.get()->size() : 0; }
 bool ReadAble::has_failed() { return adapter_.get() ? adapter_.get()->has_failed() : true; }
+std::int64_t ReadAble::bytes_left() {
+  ReadAbleInterface* adapter = adapter_.get();
+  if (auto* capture = dynamic_cast<ReadInternal::isCapture*>(adapter)) return capture->bytes_left();
+  if (auto* capture = dynamic_cast<ReadInternal::ifsCapture*>(adapter)) {
+    return capture->bytes_left();
+  }
+  return -1;
+}
 
 WriteAble::WriteAble(std::ostream& stream) : adapter_(new NullWriteAble) {
   CountedPtr<WriteAbleInterface> tmp(new WriteInternal::osCapture(stream));
@@ -138,13 +174,7 @@ int WriteAble::seek(std::int64_t position) {
   return adapter_.get() ? adapter_.get()->seek(position) : -1;
 }
 
-std::int64_t bytes_left(ReadAble& in) {
-  // Asking the size of a stream that cannot seek would put it into a failed state.
-  const std::int64_t here = in.tell();
-  if (here < 0) return -1;
-  const std::int64_t end = in.size();
-  return end >= here ? end - here : -1;
-}
+std::int64_t bytes_left(ReadAble& in) { return in.bytes_left(); }
 
 ReadAble operator>>(ReadAble in, std::vector<Point2>& v) {
   v.clear();

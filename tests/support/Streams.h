@@ -2,10 +2,13 @@
 
 // Streams with the limits of pipes and the like, for the readers' and writers' tests.
 
+#include <ios>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <streambuf>
 #include <string>
+#include <vector>
 
 namespace qxtest {
 
@@ -19,6 +22,43 @@ class ForwardOnlyBuffer : public std::streambuf {
  private:
   std::string bytes_;
 };
+
+// Seeking throws, as it does in buffers that decompress or filter what they read.
+class ThrowingSeekBuffer : public ForwardOnlyBuffer {
+ public:
+  using ForwardOnlyBuffer::ForwardOnlyBuffer;
+
+ protected:
+  pos_type seekoff(off_type, std::ios_base::seekdir, std::ios_base::openmode) override {
+    throw std::ios_base::failure("no random access");
+  }
+  pos_type seekpos(pos_type, std::ios_base::openmode) override {
+    throw std::ios_base::failure("no random access");
+  }
+};
+
+// Tells its position but cannot seek anywhere, its end included.
+class TellOnlyBuffer : public ForwardOnlyBuffer {
+ public:
+  using ForwardOnlyBuffer::ForwardOnlyBuffer;
+
+ protected:
+  pos_type seekoff(off_type off, std::ios_base::seekdir dir, std::ios_base::openmode) override {
+    if (off == 0 && dir == std::ios_base::cur) return pos_type(gptr() - eback());
+    return pos_type(off_type(-1));
+  }
+};
+
+// Every kind of input stream the archive readers must take: one that can seek, and the
+// three ways one can fail to.
+inline std::vector<std::unique_ptr<std::streambuf>> every_kind_of_input(const std::string& bytes) {
+  std::vector<std::unique_ptr<std::streambuf>> buffers;
+  buffers.push_back(std::make_unique<std::stringbuf>(bytes, std::ios_base::in));
+  buffers.push_back(std::make_unique<ForwardOnlyBuffer>(bytes));
+  buffers.push_back(std::make_unique<ThrowingSeekBuffer>(bytes));
+  buffers.push_back(std::make_unique<TellOnlyBuffer>(bytes));
+  return buffers;
+}
 
 // Swallows what is printed to std::cout while it lives.
 class SilenceCout {

@@ -74,6 +74,9 @@ class QX_EXPORT isCapture : public ReadAbleInterface {
   void seek(std::int64_t position) override;
   std::int64_t size() override;
   bool has_failed() override;
+  // Bytes behind the position as the stream's buffer tells them, or -1 when it cannot;
+  // unlike tell and size, this leaves the stream's state and position as they were.
+  std::int64_t bytes_left();
 
  private:
   std::istream* stream_;
@@ -87,6 +90,9 @@ class QX_EXPORT ifsCapture : public ReadAbleInterface {
   void seek(std::int64_t position) override;
   std::int64_t size() override;
   bool has_failed() override;
+  // Bytes behind the position as the stream's buffer tells them, or -1 when it cannot;
+  // unlike tell and size, this leaves the stream's state and position as they were.
+  std::int64_t bytes_left();
 
  private:
   std::ifstream* stream_;
@@ -193,6 +199,8 @@ class QX_EXPORT ReadAble : public ReadAbleInterface {
   bool has_failed() override;
 
   std::uint32_t use_count() const { return adapter_.use_count(); }
+  // What the adapter's bytes_left gives, or -1 for the null adapter.
+  std::int64_t bytes_left();
 
  private:
   CountedPtr<ReadAbleInterface> adapter_;
@@ -232,7 +240,7 @@ QX_EXPORT WriteAble operator<<(WriteAble out, const std::vector<Point2>& v);
 constexpr std::size_t kMaxUndeliveredBytes = std::size_t{1} << 20;
 
 // Bytes left behind the position of `in`, or -1 when the stream cannot tell (not seekable,
-// or already failed).
+// or already failed). Asking never changes the stream: a reader may ask any stream.
 QX_EXPORT std::int64_t bytes_left(ReadAble& in);
 
 // Reads `count` elements of `elem_size` bytes into storage that `grow(k)` makes room for
