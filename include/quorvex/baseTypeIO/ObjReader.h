@@ -16,6 +16,8 @@ namespace Quorvex {
 // from the vertices read so far. Faces with a corner that names no vertex of the finished
 // text are dropped, with one error log line. The mesh's vertices and faces are replaced.
 // Words are cut after 127 characters, numbers of a face line after 9, lines after 4094.
+// The file and memory readers read numbers in the "C" locale whatever the program's global
+// locale: the format's decimal point is '.' everywhere.
 
 // The file `file_name`; 2 (and an error log line) when it does not open, else 0.
 QX_EXPORT IORet read_obj_file(const std::string& file_name, BaseTriMesh& mesh);
