@@ -42,16 +42,19 @@ void get_boundarys_bbox(const std::vector<std::shared_ptr<Point2Vector const>>& 
   for (const auto& b : boundarys) extend_bbox(*b, min_x, min_y, max_x, max_y);
 }
 
+// The offset is taken by value first: it may be a point of a loop being moved.
 void translate_boundary(std::shared_ptr<Point2Vector> boundary, const Point2& offset) {
+  const Point2 by = offset;
   for (Point2& p : *boundary) {
-    p.x = p.x + offset.x;
-    p.y = p.y + offset.y;
+    p.x = p.x + by.x;
+    p.y = p.y + by.y;
   }
 }
 
 void translate_boundarys(std::vector<std::shared_ptr<Point2Vector>>& boundarys,
                          const Point2& offset) {
-  for (auto& b : boundarys) translate_boundary(b, offset);
+  const Point2 by = offset;
+  for (auto& b : boundarys) translate_boundary(b, by);
 }
 
 void rotation_sin_cos_f32(float angle_degrees, float& s, float& c) {
@@ -65,14 +68,16 @@ void rotation_sin_cos_f32(float angle_degrees, float& s, float& c) {
 void rotate_boundary(std::shared_ptr<Point2Vector> boundary, const Point2& center, float angle) {
   float s, c;
   rotation_sin_cos_f32(angle, s, c);
-  rotate_points(*boundary, center, s, c);
+  const Point2 about = center;  // may be a point of the loop
+  rotate_points(*boundary, about, s, c);
 }
 
 void rotate_boundarys(std::vector<std::shared_ptr<Point2Vector>>& boundarys,
                       const Point2& center, float angle) {
   float s, c;
   rotation_sin_cos_f32(angle, s, c);
-  for (auto& b : boundarys) rotate_points(*b, center, s, c);
+  const Point2 about = center;  // may be a point of one of the loops
+  for (auto& b : boundarys) rotate_points(*b, about, s, c);
 }
 
 }  // namespace Quorvex

@@ -255,8 +255,8 @@ bool is_widdershins_simple(const std::vector<Point2>& loop) {
   for (int k = 0; k < 8; ++k) {
     if (k > 0 && idx[k] == idx[k - 1]) continue;
     const int index = idx[k];
-    const int prev = (index - 1 + size) % size;
-    const int next = (index + 1) % size;
+    const int prev = index == 0 ? size - 1 : index - 1;
+    const int next = index + 1 == size ? 0 : index + 1;
     const Point2 e1 = p[index] - p[prev];
     const Point2 e2 = p[next] - p[index];
     const double cross = static_cast<double>(e1.x) * static_cast<double>(e2.y) -

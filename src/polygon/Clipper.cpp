@@ -129,17 +129,17 @@ RetVal Clipper::convert_to_clipper(const std::vector<Point2>& in,
 
 RetVal Clipper::convert_to_clipper(const std::vector<std::shared_ptr<Point2Vector const>>& in,
                                    std::shared_ptr<ClipperLib::Paths>& out) {
-  out = std::make_shared<ClipperLib::Paths>();
-  if (in.empty()) return RETVAL_OK;
-  out->reserve(in.size());
+  // Filled aside and installed whole: a slot that is set counts as imported, so an
+  // allocation failing half way must not leave part of the set in it.
+  out.reset();
+  auto paths = std::make_shared<ClipperLib::Paths>();
+  paths->reserve(in.size());
   for (const auto& loop : in) {
-    if (!loop) {
-      out.reset();
-      return RETVAL_BAD_INPUT;
-    }
-    out->emplace_back();
-    convert_to_clipper(*loop, out->back());
+    if (!loop) return RETVAL_BAD_INPUT;
+    paths->emplace_back();
+    convert_to_clipper(*loop, paths->back());
   }
+  out = std::move(paths);
   return RETVAL_OK;
 }
 

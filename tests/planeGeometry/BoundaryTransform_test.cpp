@@ -5,6 +5,8 @@
 #include <cmath>
 #include <vector>
 
+#include "support/PointEquality.h"
+
 namespace Quorvex {
 namespace {
 
@@ -44,6 +46,17 @@ TEST(TranslateBoundary, AddsInFloatThroughTheSharedHandleAndASharedHandleMovesTw
   translate_boundarys(loops, Point2(1, -1));
   EXPECT_TRUE((*a)[0].x == 3.0f && (*a)[0].y == -1.0f);
   EXPECT_EQ((*loops[1])[0].x, 1.0f);
+}
+
+// The offset may be a point of a loop being moved: every point moves by its value at the call.
+TEST(TranslateBoundary, ByAPointOfTheLoopItself) {
+  Loop loop = make_loop({{1, 1}, {3, 1}, {3, 2}});
+  translate_boundary(loop, (*loop)[0]);
+  EXPECT_EQ(*loop, (Point2Vector{{2, 2}, {4, 2}, {4, 3}}));
+  std::vector<Loop> loops{make_loop({{1, 1}, {3, 1}}), make_loop({{0, 0}})};
+  translate_boundarys(loops, (*loops[0])[1]);
+  EXPECT_EQ(*loops[0], (Point2Vector{{4, 2}, {6, 2}}));
+  EXPECT_EQ(*loops[1], (Point2Vector{{3, 1}}));
 }
 
 // pi is rounded to float before the multiplication, so right angles leave a residual of the

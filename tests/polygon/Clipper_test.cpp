@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "PolygonTestSupport.h"
 
 namespace Quorvex {
@@ -187,6 +189,42 @@ TEST(Offset, ArcToleranceIsInFixedPointUnits) {
     c.offset(1.0f, jtRound, etClosedPolygon, 2.0f, tolerance, true);
     ASSERT_EQ(c.fixed_result->size(), 1u);
     EXPECT_EQ((*c.fixed_result)[0].size() > 1000u, tolerance < 1.0f);
+  }
+}
+
+// Distances the engine cannot work with are refused before anything changes: the float
+// lists stay unimported and an earlier result stays. A round turn of 2^24 points is the
+// bound: with the default tolerance 1.5e6 float units are beyond it.
+TEST(Offset, UnworkableDistancesAreRefusedUntouched) {
+  const float inf = std::numeric_limits<float>::infinity();
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const struct {
+    float delta;
+    JoinType join;
+    EndType end;
+    float tolerance;
+    RetVal code;
+  } rows[] = {{inf, jtMiter, etClosedPolygon, 0.25f, RETVAL_BAD_INPUT},
+              {-inf, jtSquare, etClosedPolygon, 0.25f, RETVAL_BAD_INPUT},
+              {nan, jtMiter, etClosedPolygon, 0.25f, RETVAL_BAD_INPUT},
+              {5e11f, jtMiter, etClosedPolygon, 0.25f, RETVAL_BAD_INPUT},  // beyond the range
+              {1.0f, jtMiter, etClosedPolygon, nan, RETVAL_BAD_INPUT},
+              {1.5e6f, jtRound, etClosedPolygon, 0.0f, RETVAL_BAD_INPUT},
+              {-1.5e6f, jtSquare, etOpenRound, 0.25f, RETVAL_BAD_INPUT},
+              {1e9f, jtRound, etClosedPolygon, 0.25f, RETVAL_BAD_INPUT},
+              {1.0f, jtRound, etOpenRound, 0.25f, RETVAL_OK},
+              {1.4e6f, jtSquare, etClosedPolygon, 0.25f, RETVAL_OK},  // no round: no bound
+              {1e9f, jtMiter, etClosedPolygon, 0.25f, RETVAL_OK}};
+  for (const auto& row : rows) {
+    ProbeClipper c;
+    c.fixed_result = std::make_shared<ClipperLib::Paths>(1);
+    const auto before = c.fixed_result;
+    c.add_path(square(0, 0, 1), ptSubject);
+    EXPECT_EQ(c.offset(row.delta, row.join, row.end, 2.0f, row.tolerance, true), row.code)
+        << row.delta;
+    if (row.code != RETVAL_OK) {
+      EXPECT_TRUE(c.fixed_result == before && c.fixed_subject == nullptr) << row.delta;
+    }
   }
 }
 

@@ -59,6 +59,11 @@ class QX_EXPORT Clipper {
                  PolyFillType clip_fill, int init_options);
 
   // Offsets one set by delta (float units; arc_tolerance is in fixed-point units).
+  // RETVAL_BAD_INPUT, with nothing changed, for a scaled distance that is not finite or is
+  // beyond the engine's coordinate range, a NaN arc tolerance, and, with round joins or
+  // ends, a distance so large against the arc tolerance that one full turn would take more
+  // than 2^24 points (at the default tolerance of 0.25 units: a distance above about
+  // 1.4e13 units, 1.4e6 float units at the default scale).
   RetVal offset(float delta, JoinType join_type, EndType end_type, float miter_limit,
                 float arc_tolerance, bool use_subject);
   // Removes self-intersections from one set (strictly simple output).
