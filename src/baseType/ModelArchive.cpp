@@ -14,8 +14,10 @@ namespace {
 
 // The reading side of one read_archive call. When the stream can say how many bytes it
 // still holds, no count read from it makes us allocate more than that; when it cannot,
-// blocks grow geometrically and stop at the first failed read. Once the data run out,
-// nothing more is read and every count still to come stays 0.
+// blocks grow geometrically, a stage at a time, and stop at the first stage that does not
+// arrive whole. Every read is checked, so a stream that holds less than it said stops the
+// reading as well. Once the data run out, nothing more is read and every count still to
+// come stays 0.
 class ModelSource {
  public:
   explicit ModelSource(ReadAble& in) : in_(in) {
@@ -33,22 +35,12 @@ class ModelSource {
   bool read_value(T& value) {
     static_assert(sizeof(T) <= 16, "fields only");
     if (exhausted_) return false;
-    // Zeroed: a stream that delivers less than it said it holds leaves zeros, not garbage.
-    char tmp[sizeof(T)] = {};
-    if (known_) {
-      if (left_ < sizeof(T)) {
-        run_out();
-        return false;
-      }
-      in_.read(tmp, sizeof(T));
-      left_ -= sizeof(T);
-    } else {
-      in_.read(tmp, sizeof(T));
-      if (in_.has_failed()) {
-        exhausted_ = true;
-        return false;
-      }
+    if (known_ && left_ < sizeof(T)) {
+      run_out();
+      return false;
     }
+    char tmp[sizeof(T)];
+    if (!read_whole(tmp, sizeof(T))) return false;
     std::memcpy(&value, tmp, sizeof(T));
     return true;
   }
@@ -60,7 +52,8 @@ class ModelSource {
     return std::min(static_cast<std::size_t>(count), limit);
   }
 
-  // `count` elements as one block; `v` ends up holding the ones that came complete.
+  // `count` elements as one block; `v` ends up holding the ones that came complete (on a
+  // stream of unknown size: the complete stages).
   template <class V>
   void read_block(V& v, std::int32_t count) {
     using E = typename V::value_type;
@@ -68,48 +61,40 @@ class ModelSource {
     v.clear();
     if (count < 1 || exhausted_) return;
     const std::size_t want = static_cast<std::size_t>(count);
-    if (known_) {
-      const std::size_t n = std::min(want, static_cast<std::size_t>(left_ / sizeof(E)));
-      // Through a small staging buffer rather than resize-then-read: resizing would first
-      // write zeros over the whole block, one more pass over memory that is usually fresh.
-      v.reserve(n);
-      alignas(E) unsigned char stage[kStageBytes];
-      constexpr std::size_t kStageElements = kStageBytes / sizeof(E);
-      for (std::size_t done = 0; done < n;) {
-        const std::size_t k = std::min(kStageElements, n - done);
-        in_.read(reinterpret_cast<char*>(stage), k * sizeof(E));
-        if (in_.has_failed()) {  // delivered less than it said it holds
-          left_ = 0;
-          exhausted_ = true;
-          return;
-        }
-        const E* first = reinterpret_cast<const E*>(stage);
-        v.insert(v.end(), first, first + k);
-        done += k;
-      }
-      left_ -= n * sizeof(E);
-      if (n < want) run_out();
-      return;
+    const std::size_t n =
+        known_ ? std::min(want, static_cast<std::size_t>(left_ / sizeof(E))) : want;
+    // Through a small staging buffer rather than resize-then-read: resizing would first
+    // write zeros over the whole block, one more pass over memory that is usually fresh.
+    // Without a known size the vector's own growth takes the block a stage at a time.
+    v.reserve(known_ ? n : std::min(n, kFirstChunk));
+    alignas(E) unsigned char stage[kStageBytes];
+    constexpr std::size_t kStageElements = kStageBytes / sizeof(E);
+    for (std::size_t done = 0; done < n;) {
+      const std::size_t k = std::min(kStageElements, n - done);
+      if (!read_whole(reinterpret_cast<char*>(stage), k * sizeof(E))) return;
+      const E* first = reinterpret_cast<const E*>(stage);
+      v.insert(v.end(), first, first + k);
+      done += k;
     }
-    std::size_t chunk = kFirstChunk;
-    std::size_t done = 0;
-    while (done < want) {
-      const std::size_t n = std::min(chunk, want - done);
-      v.resize(done + n);
-      in_.read(reinterpret_cast<char*>(v.data() + done), n * sizeof(E));
-      if (in_.has_failed()) {
-        v.resize(done);  // how much of the last chunk came is not known: none of it counts
-        exhausted_ = true;
-        return;
-      }
-      done += n;
-      chunk *= 2;
-    }
+    if (n < want) run_out();
   }
 
  private:
   static constexpr std::size_t kFirstChunk = 4096;
   static constexpr std::size_t kStageBytes = 8192;  // stays in the first-level cache
+
+  // `count` bytes that the stream must deliver whole; after a short read nothing more is
+  // read.
+  bool read_whole(char* to, std::size_t count) {
+    in_.read(to, count);
+    if (in_.has_failed()) {
+      left_ = 0;
+      exhausted_ = true;
+      return false;
+    }
+    if (known_) left_ -= count;
+    return true;
+  }
 
   // The stream holds less than the next value: take the rest plus one byte, so that the
   // stream's own flags tell the caller it ended early.

@@ -16,11 +16,10 @@ void Path::reserve_vn(std::size_t n) {
   if (colors_) colors_->reserve(n);
 }
 
-// New points are (0, 0) and new colours black: nothing is left undefined.
+// New points are (0, 0) and new colours black: nothing is left undefined. Room for both is
+// made before either grows, so running out of memory leaves the two sizes in step.
 void Path::resize_vn(std::size_t n) {
-  if (colors_) check_growth(*colors_, n);
-  check_growth(Point2Vector(), n);
-  if (!points_) init_points();
+  reserve_vn(n);
   points_->resize(n);
   if (colors_) colors_->resize(n, Color3f::Zero());
 }

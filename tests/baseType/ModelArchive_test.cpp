@@ -197,6 +197,26 @@ TEST(ModelArchiveDamaged, HugeCountsAllocateNoMoreThanTheStreamHolds) {
   }
 }
 
+// A stream that says it holds a megabyte more than it does: every read is checked, so the
+// reading stops where the bytes do, and nothing is allocated beyond what it claimed.
+TEST(ModelArchiveDamaged, AStreamThatOverstatesItsSizeStopsWhereItsBytesDo) {
+  constexpr std::streamoff kExtra = 1 << 20;
+  const std::pair<const char*, std::string> images[] = {
+      {"layers", ints({0, 0, kHuge, 0}).bytes()},
+      {"paths", ints({0, 0, 1, 0, 0, 0, 0, kHuge}).bytes()},
+      {"points", one_path_entity({0, 0, 0, 0, kHuge})},
+      {"components", one_path_entity({0, 0, 0, 0, 0, 0, kHuge})}};
+  for (const auto& [label, bytes] : images) {
+    qxtest::OverstatingBuffer buf(bytes, kExtra);
+    std::istream is(&buf);
+    Entity e;
+    is >> e;
+    EXPECT_TRUE(is.fail()) << label;
+    EXPECT_TRUE(e.get_layers().empty()) << label;  // the one layer was cut too
+    EXPECT_LE(e.get_layers().capacity() * sizeof(void*), bytes.size() + kExtra) << label;
+  }
+}
+
 // A stream that cannot seek or tell: its size is unknown, so blocks grow step by step.
 TEST(ModelArchiveDamaged, UnknownSizeStreamsStillStopCleanly) {
   qxtest::ForwardOnlyBuffer buf(ByteImage().i32(kHuge).f32(1).f32(2).bytes());

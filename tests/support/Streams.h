@@ -49,6 +49,30 @@ class TellOnlyBuffer : public ForwardOnlyBuffer {
   }
 };
 
+// Says it holds `extra` bytes more than it does, as a file cut while it is read would.
+class OverstatingBuffer : public ForwardOnlyBuffer {
+ public:
+  OverstatingBuffer(std::string bytes, off_type extra)
+      : ForwardOnlyBuffer(std::move(bytes)), extra_(extra) {}
+
+ protected:
+  pos_type seekoff(off_type off, std::ios_base::seekdir dir, std::ios_base::openmode) override {
+    const off_type at = gptr() - eback();
+    const off_type size = egptr() - eback();
+    const off_type to = dir == std::ios_base::cur   ? at + off
+                        : dir == std::ios_base::end ? size + extra_ + off
+                                                    : off;
+    if (to >= 0 && to <= size) setg(eback(), eback() + to, egptr());
+    return pos_type(to);
+  }
+  pos_type seekpos(pos_type to, std::ios_base::openmode which) override {
+    return seekoff(off_type(to), std::ios_base::beg, which);
+  }
+
+ private:
+  off_type extra_;
+};
+
 // Every kind of input stream the archive readers must take: one that can seek, and the
 // three ways one can fail to.
 inline std::vector<std::unique_ptr<std::streambuf>> every_kind_of_input(const std::string& bytes) {
