@@ -18,15 +18,13 @@ namespace {
 // arrive whole. Every read is checked, so a stream that holds less than it said stops the
 // reading as well. Once the data run out, nothing more is read and every count still to
 // come stays 0.
+//
+// The size is asked only once a block is larger than what the stream has ready: asking may
+// make a file's buffer seek to the end and back and read its data again, which would
+// dominate reading many small objects one call at a time.
 class ModelSource {
  public:
-  explicit ModelSource(ReadAble& in) : in_(in) {
-    const std::int64_t left = bytes_left(in_);
-    if (left >= 0) {
-      known_ = true;
-      left_ = static_cast<std::uint64_t>(left);
-    }
-  }
+  explicit ModelSource(ReadAble& in) : in_(in) {}
 
   bool exhausted() const { return exhausted_; }
 
@@ -46,10 +44,12 @@ class ModelSource {
   }
 
   // Room to reserve for `count` elements of `elem_size` bytes.
-  std::size_t reservable(std::int32_t count, std::size_t elem_size) const {
+  std::size_t reservable(std::int32_t count, std::size_t elem_size) {
     if (count < 1 || exhausted_) return 0;
+    const std::size_t want = static_cast<std::size_t>(count);
+    if (!ask_size_for(want * elem_size)) return want;
     const std::size_t limit = known_ ? static_cast<std::size_t>(left_ / elem_size) : kFirstChunk;
-    return std::min(static_cast<std::size_t>(count), limit);
+    return std::min(want, limit);
   }
 
   // `count` elements as one block; `v` ends up holding the ones that came complete (on a
@@ -61,12 +61,13 @@ class ModelSource {
     v.clear();
     if (count < 1 || exhausted_) return;
     const std::size_t want = static_cast<std::size_t>(count);
+    const bool ready = !ask_size_for(want * sizeof(E));
     const std::size_t n =
         known_ ? std::min(want, static_cast<std::size_t>(left_ / sizeof(E))) : want;
     // Through a small staging buffer rather than resize-then-read: resizing would first
     // write zeros over the whole block, one more pass over memory that is usually fresh.
     // Without a known size the vector's own growth takes the block a stage at a time.
-    v.reserve(known_ ? n : std::min(n, kFirstChunk));
+    v.reserve(known_ || ready ? n : std::min(n, kFirstChunk));
     alignas(E) unsigned char stage[kStageBytes];
     constexpr std::size_t kStageElements = kStageBytes / sizeof(E);
     for (std::size_t done = 0; done < n;) {
@@ -82,6 +83,22 @@ class ModelSource {
  private:
   static constexpr std::size_t kFirstChunk = 4096;
   static constexpr std::size_t kStageBytes = 8192;  // stays in the first-level cache
+
+  // Whether the size must be known before `bytes` are taken; asks it the first time a
+  // block is larger than what the stream has ready. False when the block arrives whole
+  // anyway, so that reserving all of it costs nothing the data do not pay for.
+  bool ask_size_for(std::size_t bytes) {
+    if (asked_) return true;
+    const std::int64_t ready = bytes_ready(in_);
+    if (ready >= 0 && bytes <= static_cast<std::uint64_t>(ready)) return false;
+    asked_ = true;
+    const std::int64_t left = bytes_left(in_);
+    if (left >= 0) {
+      known_ = true;
+      left_ = static_cast<std::uint64_t>(left);
+    }
+    return true;
+  }
 
   // `count` bytes that the stream must deliver whole; after a short read nothing more is
   // read.
@@ -106,6 +123,7 @@ class ModelSource {
   }
 
   ReadAble in_;  // a copy of the caller's handle for the length of the call
+  bool asked_ = false;
   bool known_ = false;
   bool exhausted_ = false;
   std::uint64_t left_ = 0;

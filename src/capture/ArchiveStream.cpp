@@ -81,7 +81,6 @@ std::int64_t isCapture::tell() { return static_cast<std::int64_t>(stream_->tellg
 void isCapture::seek(std::int64_t position) { stream_->seekg(position, std::ios_base::beg); }
 std::int64_t isCapture::size() { return stream_size(*stream_); }
 bool isCapture::has_failed() { return stream_->rdstate() != std::ios_base::goodbit; }
-std::int64_t isCapture::bytes_left() { return buffer_bytes_left(*stream_); }
 
 bool ifsCapture::read(char* buffer, std::size_t count) {
   return stream_read(*stream_, buffer, count);
@@ -90,7 +89,6 @@ std::int64_t ifsCapture::tell() { return static_cast<std::int64_t>(stream_->tell
 void ifsCapture::seek(std::int64_t position) { stream_->seekg(position, std::ios_base::beg); }
 std::int64_t ifsCapture::size() { return stream_size(*stream_); }
 bool ifsCapture::has_failed() { return stream_->rdstate() != std::ios_base::goodbit; }
-std::int64_t ifsCapture::bytes_left() { return buffer_bytes_left(*stream_); }
 
 }  // namespace ReadInternal
 
@@ -142,13 +140,15 @@ void ReadAble::seek(std::int64_t position) {
 }
 std::int64_t ReadAble::size() { return adapter_.get() ? adapter_.get()->size() : 0; }
 bool ReadAble::has_failed() { return adapter_.get() ? adapter_.get()->has_failed() : true; }
-std::int64_t ReadAble::bytes_left() {
-  ReadAbleInterface* adapter = adapter_.get();
-  if (auto* capture = dynamic_cast<ReadInternal::isCapture*>(adapter)) return capture->bytes_left();
-  if (auto* capture = dynamic_cast<ReadInternal::ifsCapture*>(adapter)) {
-    return capture->bytes_left();
+std::istream* ReadAble::stream() const {
+  const ReadAbleInterface* adapter = adapter_.get();
+  if (auto* capture = dynamic_cast<const ReadInternal::isCapture*>(adapter)) {
+    return capture->stream();
   }
-  return -1;
+  if (auto* capture = dynamic_cast<const ReadInternal::ifsCapture*>(adapter)) {
+    return capture->stream();
+  }
+  return nullptr;
 }
 
 WriteAble::WriteAble(std::ostream& stream) : adapter_(new NullWriteAble) {
@@ -174,7 +174,22 @@ int WriteAble::seek(std::int64_t position) {
   return adapter_.get() ? adapter_.get()->seek(position) : -1;
 }
 
-std::int64_t bytes_left(ReadAble& in) { return in.bytes_left(); }
+std::int64_t bytes_left(ReadAble& in) {
+  std::istream* s = in.stream();
+  return s != nullptr ? buffer_bytes_left(*s) : -1;
+}
+
+std::int64_t bytes_ready(ReadAble& in) {
+  std::istream* s = in.stream();
+  std::streambuf* buffer = s != nullptr ? s->rdbuf() : nullptr;
+  if (buffer == nullptr || !s->good()) return 0;
+  try {
+    const std::streamsize ready = buffer->in_avail();
+    return ready > 0 ? static_cast<std::int64_t>(ready) : 0;
+  } catch (...) {
+    return 0;
+  }
+}
 
 ReadAble operator>>(ReadAble in, std::vector<Point2>& v) {
   v.clear();

@@ -74,9 +74,7 @@ class QX_EXPORT isCapture : public ReadAbleInterface {
   void seek(std::int64_t position) override;
   std::int64_t size() override;
   bool has_failed() override;
-  // Bytes behind the position as the stream's buffer tells them, or -1 when it cannot;
-  // unlike tell and size, this leaves the stream's state and position as they were.
-  std::int64_t bytes_left();
+  std::istream* stream() const { return stream_; }
 
  private:
   std::istream* stream_;
@@ -90,9 +88,7 @@ class QX_EXPORT ifsCapture : public ReadAbleInterface {
   void seek(std::int64_t position) override;
   std::int64_t size() override;
   bool has_failed() override;
-  // Bytes behind the position as the stream's buffer tells them, or -1 when it cannot;
-  // unlike tell and size, this leaves the stream's state and position as they were.
-  std::int64_t bytes_left();
+  std::istream* stream() const { return stream_; }
 
  private:
   std::ifstream* stream_;
@@ -199,8 +195,8 @@ class QX_EXPORT ReadAble : public ReadAbleInterface {
   bool has_failed() override;
 
   std::uint32_t use_count() const { return adapter_.use_count(); }
-  // What the adapter's bytes_left gives, or -1 for the null adapter.
-  std::int64_t bytes_left();
+  // The stream the adapter reads; null for the null adapter.
+  std::istream* stream() const;
 
  private:
   CountedPtr<ReadAbleInterface> adapter_;
@@ -240,8 +236,12 @@ QX_EXPORT WriteAble operator<<(WriteAble out, const std::vector<Point2>& v);
 constexpr std::size_t kMaxUndeliveredBytes = std::size_t{1} << 20;
 
 // Bytes left behind the position of `in`, or -1 when the stream cannot tell (not seekable,
-// or already failed). Asking never changes the stream: a reader may ask any stream.
+// or already failed). Asked of the stream's buffer, which may have to seek to its end and
+// back; the stream's state and position stay as they were, so a reader may ask any stream.
 QX_EXPORT std::int64_t bytes_left(ReadAble& in);
+// Bytes `in` is sure to deliver, as its buffer tells them without seeking (in_avail), 0 when
+// it cannot tell. A block no larger than that arrives whole.
+QX_EXPORT std::int64_t bytes_ready(ReadAble& in);
 
 // Reads `count` elements of `elem_size` bytes into storage that `grow(k)` makes room for
 // (k elements in all, new ones set to the caller's fill value, returning the start of the
