@@ -1,15 +1,19 @@
 // Parts of the quorvex command linked in directly: the atomic writer, the path comparison
-// at the edges a process test cannot reach or name exactly.
+// and the layer grid, at the edges a process test cannot reach or name exactly.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <limits>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "CliSupport.h"
+#include "MeshSlicer.h"
 #include "support/Files.h"
 
 namespace QuorvexTool {
@@ -91,6 +95,62 @@ TEST(SameFile, NamesOfOneFileMatchAndOthersDoNot) {
   EXPECT_TRUE(same_file("a.gcode", d + "/a.gcode"));
   EXPECT_TRUE(same_file("new.ply", d + "/new.ply"));
   fs::current_path(cwd);
+}
+
+// Two triangles spanning the heights lo..hi (the grid reads heights only).
+Quorvex::BaseTriMesh mesh_between(float lo, float hi) {
+  Quorvex::BaseTriMesh mesh;
+  mesh.set_vCoords({Quorvex::Vector3f(0, 0, lo), Quorvex::Vector3f(10, 0, lo),
+                    Quorvex::Vector3f(0, 10, hi), Quorvex::Vector3f(10, 10, hi)});
+  mesh.set_faces({Quorvex::BaseTriFace(0, 1, 2), Quorvex::BaseTriFace(1, 3, 2)});
+  return mesh;
+}
+
+TEST(MakeSliceGrid, RefusesHeightsThatAreNotFiniteOrNeedTooManyLayers) {
+  const float inf = std::numeric_limits<float>::infinity();
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const float big = std::numeric_limits<float>::max();
+  const struct {
+    float lo, hi, layer_height;
+    GridStatus status;
+    std::size_t layers;
+  } rows[] = {
+      {0, 10, 0.2f, GridStatus::kOk, 50},
+      {0, 0, 0.2f, GridStatus::kOk, 1},              // flat: one cut through its middle
+      {0, 1e6f, 1.0f, GridStatus::kOk, kMaxLayers},  // the cap itself is allowed
+      {0, 1e6f + 1, 1.0f, GridStatus::kTooManyLayers, 0},
+      {0, 10, 1e-9f, GridStatus::kTooManyLayers, 0},  // mistyped layer height
+      {0, 1e30f, 0.2f, GridStatus::kTooManyLayers, 0},
+      {-big, big, 1000.0f, GridStatus::kTooManyLayers, 0},
+      {-big, big, std::numeric_limits<float>::min(), GridStatus::kTooManyLayers, 0},
+      {0, inf, 0.2f, GridStatus::kNotFinite, 0},
+      {-inf, 0, 0.2f, GridStatus::kNotFinite, 0},
+      {0, nan, 0.2f, GridStatus::kNotFinite, 0},
+      {nan, 10, 0.2f, GridStatus::kNotFinite, 0},
+  };
+  for (const auto& r : rows) {
+    SliceGrid grid;
+    grid.layer_count = 99;
+    const GridStatus status = make_slice_grid(mesh_between(r.lo, r.hi), r.layer_height, grid);
+    EXPECT_EQ(status, r.status) << r.lo << ".." << r.hi << " by " << r.layer_height;
+    EXPECT_EQ(grid.layer_count, r.layers) << r.lo << ".." << r.hi << " by " << r.layer_height;
+  }
+}
+
+TEST(FirstNonFiniteVertex, FindsAnyCoordinate) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const float inf = std::numeric_limits<float>::infinity();
+  Quorvex::BaseTriMesh mesh = mesh_between(0, 10);
+  EXPECT_EQ(first_non_finite_vertex(mesh), 4u);
+  for (int axis = 0; axis < 3; ++axis) {
+    for (float bad : {nan, inf, -inf}) {
+      Quorvex::BaseTriMesh m = mesh_between(0, 10);
+      std::vector<Quorvex::Vector3f> coords = m.get_vCoords();
+      coords[2][axis] = bad;
+      m.set_vCoords(coords);
+      EXPECT_EQ(first_non_finite_vertex(m), 2u) << "axis " << axis << " value " << bad;
+    }
+  }
 }
 
 }  // namespace
