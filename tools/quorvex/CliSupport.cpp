@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -22,8 +23,8 @@ std::optional<double> parse_number(const std::string& text) {
   return v;
 }
 
-bool write_file_atomically(const std::string& path,
-                           const std::function<void(std::ostream&)>& write, std::string& error) {
+bool write_file_atomically(const std::string& path, const std::function<void(std::ostream&)>& write,
+                           std::string& error) {
   namespace fs = std::filesystem;
   const fs::path target(path);
   const fs::path tmp = target.string() + ".part";
@@ -33,10 +34,20 @@ bool write_file_atomically(const std::string& path,
       error = "cannot open for writing";
       return false;
     }
-    write(out);
-    out.flush();
-    if (!out) {
-      error = "write failed";
+    // What the writer throws (the library's polygon engine, memory) ends this file like a
+    // failed write: the temporary goes, the target stays as it was.
+    bool ok = false;
+    try {
+      write(out);
+      out.flush();
+      ok = static_cast<bool>(out);
+      if (!ok) error = "write failed";
+    } catch (const std::exception& e) {
+      error = e.what();
+    } catch (...) {
+      error = "unexpected failure";
+    }
+    if (!ok) {
       out.close();
       std::error_code ec;
       fs::remove(tmp, ec);
@@ -74,6 +85,20 @@ bool write_file_atomically(const std::string& path, const std::string& bytes, st
       error);
 }
 
+bool same_file(const std::string& a, const std::string& b) {
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  if (fs::equivalent(a, b, ec) && !ec) return true;
+  auto resolved = [](const std::string& p) {
+    std::error_code e;
+    fs::path r = fs::absolute(p, e);
+    if (e) return fs::path(p).lexically_normal();
+    fs::path c = fs::weakly_canonical(r, e);
+    return e ? r.lexically_normal() : c;
+  };
+  return resolved(a) == resolved(b);
+}
+
 std::string replace_extension(const std::string& path, const std::string& extension) {
   return std::filesystem::path(path).replace_extension(extension).string();
 }
@@ -96,7 +121,9 @@ double now_seconds() {
 }  // namespace
 
 ProgressBar::ProgressBar(std::string label, std::size_t total, bool enabled)
-    : label_(std::move(label)), total_(total), enabled_(enabled && total > 0),
+    : label_(std::move(label)),
+      total_(total),
+      enabled_(enabled && total > 0),
       start_(now_seconds()) {}
 
 ProgressBar::~ProgressBar() { finish(); }

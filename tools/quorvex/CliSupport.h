@@ -14,12 +14,18 @@ std::optional<double> parse_number(const std::string& text);
 
 // Writes `bytes` to `path` through a temporary file beside it, renamed into place at the
 // end, so that a failure never leaves a partial file. False with `error` set on failure.
-// `write` streams the content straight into the temporary file, so nothing is held twice.
-bool write_file_atomically(const std::string& path,
-                           const std::function<void(std::ostream&)>& write, std::string& error);
+// `write` streams the content straight into the temporary file, so nothing is held twice;
+// an exception it throws is caught and counts as a failure, with its message as `error`.
+bool write_file_atomically(const std::string& path, const std::function<void(std::ostream&)>& write,
+                           std::string& error);
 bool write_file_atomically(const std::string& path, const std::string& bytes, std::string& error);
 bool write_file_atomically(const std::string& path, const std::vector<std::string>& parts,
                            std::string& error);
+
+// True when the two paths name one file: equal once made absolute with links and dot
+// segments resolved (as far as the path exists), or, for files that exist, one file under
+// two names.
+bool same_file(const std::string& a, const std::string& b);
 
 // `path` with its extension replaced (or added): "out/a.gcode", ".qxm" -> "out/a.qxm".
 std::string replace_extension(const std::string& path, const std::string& extension);

@@ -54,7 +54,12 @@ bool write_or_complain(const std::string& path, const std::string& bytes) {
 int run_demo(const std::vector<std::string>& args) {
   std::string out_dir = "out";
   for (std::size_t i = 0; i < args.size(); ++i) {
-    if (args[i] == "--out" && i + 1 < args.size()) {
+    if (args[i] == "--out") {
+      if (i + 1 >= args.size()) {
+        std::cerr << "quorvex demo: --out needs a value (the output folder)\n";
+        print_usage(std::cerr);
+        return kExitUsage;
+      }
       out_dir = args[++i];
     } else if (args[i] == "-h" || args[i] == "--help") {
       print_usage(std::cout);

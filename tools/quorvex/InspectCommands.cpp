@@ -46,7 +46,10 @@ int usage_error(const char* command, const std::string& message) {
 int run_gcode(const std::vector<std::string>& args) {
   std::string input, output;
   for (std::size_t i = 0; i < args.size(); ++i) {
-    if ((args[i] == "-o" || args[i] == "--output") && i + 1 < args.size()) {
+    if (args[i] == "-o" || args[i] == "--output") {
+      if (i + 1 >= args.size()) {
+        return usage_error("gcode", args[i] + " needs a value (the G-code file)");
+      }
       output = args[++i];
     } else if (args[i] == "-h" || args[i] == "--help") {
       print_usage(std::cout);
@@ -63,9 +66,9 @@ int run_gcode(const std::vector<std::string>& args) {
   if (output.empty()) output = replace_extension(input, ".gcode");
   Quorvex::Entity entity;
   if (!read_archive_file(input, entity)) return kExitFailure;
-  Quorvex::GCode gcode(4, {Quorvex::STRUCTURE_BOUNDARY, Quorvex::STRUCTURE_EXTRA_SHELL,
-                           Quorvex::STRUCTURE_FILL, Quorvex::STRUCTURE_SUPPORT,
-                           Quorvex::STRUCTURE_RAFT});
+  Quorvex::GCode gcode(
+      4, {Quorvex::STRUCTURE_BOUNDARY, Quorvex::STRUCTURE_EXTRA_SHELL, Quorvex::STRUCTURE_FILL,
+          Quorvex::STRUCTURE_SUPPORT, Quorvex::STRUCTURE_RAFT});
   gcode.get_gcode_from_entity(entity);
   std::string error;
   if (!write_file_atomically(output, gcode.get_outputs(), error)) {
@@ -107,10 +110,10 @@ int run_info(const std::vector<std::string>& args) {
     }
     std::cout << path << ": print-model archive\n"
               << "  layers        " << entity.get_layer_size() << "\n"
-              << "  paths         " << counts[0] << " boundary, " << counts[1]
-              << " extra shell, " << counts[2] << " fill, " << counts[3] << " small region, "
-              << counts[4] << " thin-wall fill, " << counts[5] << " sharp angle, " << counts[6]
-              << " support, " << counts[7] << " raft\n"
+              << "  paths         " << counts[0] << " boundary, " << counts[1] << " extra shell, "
+              << counts[2] << " fill, " << counts[3] << " small region, " << counts[4]
+              << " thin-wall fill, " << counts[5] << " sharp angle, " << counts[6] << " support, "
+              << counts[7] << " raft\n"
               << "  points        " << points << "\n";
     if (entity.get_layer_size() > 0) {
       std::cout << "  heights       " << z_lo << " to " << z_hi << "\n";

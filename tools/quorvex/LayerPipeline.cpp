@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "quorvex/quorvex.h"
 #include "quorvex/fill/FillLine.h"
 #include "quorvex/planeGeometry/LoopPredicates.h"
+#include "quorvex/quorvex.h"
 
 namespace QuorvexTool {
 
@@ -49,8 +49,8 @@ std::vector<std::shared_ptr<Point2Vector>> inset(
 }  // namespace
 
 std::shared_ptr<Layer> build_layer(const std::vector<Point2Vector>& loops,
-                                   const LayerSettings& settings, float z, float thickness,
-                                   int id, LayerReport* report) {
+                                   const LayerSettings& settings, float z, float thickness, int id,
+                                   LayerReport* report) {
   auto layer = std::make_shared<Layer>();
   layer->set_z(z);
   layer->set_thickness(thickness);
@@ -69,8 +69,7 @@ std::shared_ptr<Layer> build_layer(const std::vector<Point2Vector>& loops,
     for (std::size_t k = 0; k < region.size(); ++k) {
       const bool outer = k == 0;
       layer->add_boundary_path(make_path(region[k], outer ? PATH_TYPE_OUTER : PATH_TYPE_INNER, z,
-                                         settings.line_width,
-                                         outer ? kOuterColour : kInnerColour));
+                                         settings.line_width, outer ? kOuterColour : kInnerColour));
     }
 
     std::vector<std::shared_ptr<Point2Vector>> innermost = region;
@@ -95,14 +94,17 @@ std::shared_ptr<Layer> build_layer(const std::vector<Point2Vector>& loops,
     auto fill_area = inset(innermost, settings.line_width * 0.5f);
     if (fill_area.empty()) continue;
     std::vector<std::shared_ptr<Point2Vector>> lines;
-    if (get_fill_line_from_loops(const_loops(fill_area), lines, settings.infill_spacing,
-                                 settings.infill_angle, settings.line_width, true) != RETVAL_OK) {
-      continue;
-    }
+    const RetVal filled =
+        get_fill_line_from_loops(const_loops(fill_area), lines, settings.infill_spacing,
+                                 settings.infill_angle, settings.line_width, true);
+    // A region narrower than the spacing has no line (failed); bad input here means more
+    // lines than the fill takes, which the caller should hear about.
+    if (filled == RETVAL_BAD_INPUT) ++local.refused_fills;
+    if (filled != RETVAL_OK) continue;
     for (auto& line : lines) {
       if (line->size() < 2) continue;
-      layer->add_fill_path(make_path(line, PATH_TYPE_FILL_POLYLINE_0, z, settings.line_width,
-                                     kFillColour));
+      layer->add_fill_path(
+          make_path(line, PATH_TYPE_FILL_POLYLINE_0, z, settings.line_width, kFillColour));
       ++local.fill_lines;
     }
   }

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <condition_variable>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <mutex>
 #include <thread>
@@ -17,21 +18,38 @@ using Quorvex::BaseTriMesh;
 using Quorvex::Point2;
 using Quorvex::Point2Vector;
 
-SliceGrid make_slice_grid(const BaseTriMesh& mesh, float layer_height) {
-  SliceGrid grid;
+std::size_t first_non_finite_vertex(const BaseTriMesh& mesh) {
+  for (std::size_t i = 0; i < mesh.get_vn(); ++i) {
+    const auto& v = mesh.get_vCoord(i);
+    if (!std::isfinite(v.x()) || !std::isfinite(v.y()) || !std::isfinite(v.z())) return i;
+  }
+  return mesh.get_vn();
+}
+
+GridStatus make_slice_grid(const BaseTriMesh& mesh, float layer_height, SliceGrid& grid) {
+  grid = SliceGrid();
   grid.layer_height = layer_height;
-  if (mesh.get_vn() == 0 || mesh.get_fn() == 0 || !(layer_height > 0.0f)) return grid;
+  if (mesh.get_vn() == 0 || mesh.get_fn() == 0 || !(layer_height > 0.0f)) {
+    return GridStatus::kOk;
+  }
   float lo = std::numeric_limits<float>::max();
   float hi = -std::numeric_limits<float>::max();
   for (std::size_t i = 0; i < mesh.get_vn(); ++i) {
-    lo = std::min(lo, mesh.get_vCoord(i).z());
-    hi = std::max(hi, mesh.get_vCoord(i).z());
+    const float z = mesh.get_vCoord(i).z();
+    // min and max would pass over a NaN without a trace.
+    if (!std::isfinite(z)) return GridStatus::kNotFinite;
+    lo = std::min(lo, z);
+    hi = std::max(hi, z);
   }
   grid.z_min = lo;
+  grid.z_max = hi;
+  // Finite floats differ by a finite double, and the layer height is positive: the
+  // quotient is a number, compared before it becomes a count.
   const double layers = (static_cast<double>(hi) - lo) / layer_height;
+  if (!(layers <= static_cast<double>(kMaxLayers))) return GridStatus::kTooManyLayers;
   // A part thinner than one layer still gets one cut through its middle.
   grid.layer_count = std::max<std::size_t>(1, static_cast<std::size_t>(std::ceil(layers - 1e-6)));
-  return grid;
+  return GridStatus::kOk;
 }
 
 namespace {
@@ -67,7 +85,8 @@ SliceLayer cut_layer(const BaseTriMesh& mesh, const std::vector<std::uint32_t>& 
     const Quorvex::BaseTriFace& face = mesh.get_face(f);
     int idx[3] = {face[0], face[1], face[2]};
     bool above[3];
-    for (int k = 0; k < 3; ++k) above[k] = mesh.get_vCoord(static_cast<std::size_t>(idx[k])).z() >= h;
+    for (int k = 0; k < 3; ++k)
+      above[k] = mesh.get_vCoord(static_cast<std::size_t>(idx[k])).z() >= h;
     if (above[0] == above[1] && above[1] == above[2]) continue;
     // Walking the face's edges in order, one edge goes down through the plane and one
     // goes up; the segment runs from the first crossing to the second, which puts the
@@ -129,8 +148,7 @@ SliceLayer cut_layer(const BaseTriMesh& mesh, const std::vector<std::uint32_t>& 
 
 }  // namespace
 
-std::vector<SliceLayer> slice_mesh(const BaseTriMesh& mesh, const SliceGrid& grid,
-                                   unsigned threads,
+std::vector<SliceLayer> slice_mesh(const BaseTriMesh& mesh, const SliceGrid& grid, unsigned threads,
                                    const std::function<void(std::size_t)>& progress) {
   const std::size_t n = grid.layer_count;
   std::vector<SliceLayer> layers(n);
@@ -151,24 +169,14 @@ std::vector<SliceLayer> slice_mesh(const BaseTriMesh& mesh, const SliceGrid& gri
     const double first = std::ceil((lo - z0) / dz - 0.5);
     const double last = std::floor((hi - z0) / dz - 0.5);
     const auto i0 = static_cast<std::size_t>(std::max(0.0, first - 1));
-    const auto i1 = static_cast<std::size_t>(std::min<double>(static_cast<double>(n) - 1, last + 1));
-    for (std::size_t i = i0; i <= i1 && i < n; ++i) buckets[i].push_back(static_cast<std::uint32_t>(f));
+    const auto i1 =
+        static_cast<std::size_t>(std::min<double>(static_cast<double>(n) - 1, last + 1));
+    for (std::size_t i = i0; i <= i1 && i < n; ++i)
+      buckets[i].push_back(static_cast<std::uint32_t>(f));
   }
 
   if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
   threads = static_cast<unsigned>(std::min<std::size_t>(threads, n));
-  std::atomic<std::size_t> next{0};
-  std::atomic<std::size_t> done{0};
-  std::mutex m;
-  std::condition_variable cv;
-  auto worker = [&] {
-    for (std::size_t i = next++; i < n; i = next++) {
-      layers[i] = cut_layer(mesh, buckets[i], grid.cut_height(i));
-      std::vector<std::uint32_t>().swap(buckets[i]);
-      ++done;
-      cv.notify_one();
-    }
-  };
   if (threads == 1) {
     for (std::size_t i = 0; i < n; ++i) {
       layers[i] = cut_layer(mesh, buckets[i], grid.cut_height(i));
@@ -176,6 +184,34 @@ std::vector<SliceLayer> slice_mesh(const BaseTriMesh& mesh, const SliceGrid& gri
     }
     return layers;
   }
+  std::atomic<std::size_t> next{0};
+  std::atomic<std::size_t> done{0};
+  std::mutex m;
+  std::condition_variable cv;
+  // An exception must not leave a worker (that would end the process): it is kept and
+  // handed to the caller. Layers are taken in order, so skipping those above a failure
+  // still runs every layer below it, and the one kept is that of the lowest failing layer
+  // whatever the thread count.
+  std::atomic<std::size_t> failed_layer{n};
+  std::exception_ptr failure;
+  auto worker = [&] {
+    for (std::size_t i = next++; i < n; i = next++) {
+      if (i < failed_layer.load()) {
+        try {
+          layers[i] = cut_layer(mesh, buckets[i], grid.cut_height(i));
+          std::vector<std::uint32_t>().swap(buckets[i]);
+        } catch (...) {
+          std::lock_guard<std::mutex> lock(m);
+          if (i < failed_layer.load()) {
+            failed_layer.store(i);
+            failure = std::current_exception();
+          }
+        }
+      }
+      ++done;
+      cv.notify_one();
+    }
+  };
   std::vector<std::thread> pool;
   for (unsigned t = 0; t < threads; ++t) pool.emplace_back(worker);
   {
@@ -186,11 +222,12 @@ std::vector<SliceLayer> slice_mesh(const BaseTriMesh& mesh, const SliceGrid& gri
       const std::size_t now = done.load();
       if (now != reported) {
         reported = now;
-        if (progress) progress(reported);
+        if (progress && !failure) progress(reported);
       }
     }
   }
   for (auto& t : pool) t.join();
+  if (failure) std::rethrow_exception(failure);
   return layers;
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <exception>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -63,10 +64,20 @@ int main(int argc, char** argv) {
   // log lines would mostly repeat them, so they stay off unless asked for, and no log file
   // is written either way.
   Quorvex::qx_init_logger(verbose ? 0 : 3, "", true, false);
-  if (command == "demo") return run_demo(args);
-  if (command == "slice") return run_slice(args);
-  if (command == "gcode") return run_gcode(args);
-  if (command == "info") return run_info(args);
+  // The commands report their own failures; what still escapes them (the library's
+  // polygon engine and memory throw) is one line and a failure, not an abort.
+  try {
+    if (command == "demo") return run_demo(args);
+    if (command == "slice") return run_slice(args);
+    if (command == "gcode") return run_gcode(args);
+    if (command == "info") return run_info(args);
+  } catch (const std::exception& e) {
+    std::cerr << "quorvex " << command << ": " << e.what() << "\n";
+    return kExitFailure;
+  } catch (...) {
+    std::cerr << "quorvex " << command << ": unexpected failure\n";
+    return kExitFailure;
+  }
   std::cerr << "quorvex: unknown command '" << command << "'\n";
   print_usage(std::cerr);
   return kExitUsage;
