@@ -164,8 +164,8 @@ RetVal sort_discontinued_fill_line(
     previous = &line;
   }
 
-  // Chaining and output: the pairs of each column in line order.
-  sorted_lines.clear();
+  // Chaining and output: the pairs of each column in line order. The result is built aside
+  // and handed over at the end, so that a failed allocation leaves `sorted_lines` as it was.
   std::vector<Point2Vector> columns;
   for (const auto& group : groups) {
     for (const ColumnSegment& seg : group) {
@@ -210,7 +210,8 @@ RetVal sort_discontinued_fill_line(
   for (const auto& entry : order) chain.push_back(entry.second);
 
   // The zigzag of each column.
-  sorted_lines.reserve(chain.size());
+  std::vector<std::shared_ptr<Point2Vector>> result;
+  result.reserve(chain.size());
   for (int32_t c : chain) {
     const Point2Vector& p = columns[static_cast<size_t>(c)];
     auto zigzag = std::make_shared<Point2Vector>();
@@ -224,8 +225,9 @@ RetVal sort_discontinued_fill_line(
         zigzag->push_back(p[i]);
       }
     }
-    sorted_lines.push_back(std::move(zigzag));
+    result.push_back(std::move(zigzag));
   }
+  sorted_lines.swap(result);
   return RETVAL_OK;
 }
 

@@ -28,6 +28,9 @@ constexpr float kMaxRotatedCoordinate = kFloatMax / 2.0f;
 // Zones are this wide: far below any printable feature, far above float noise of the
 // heights' own arithmetic.
 constexpr double kZoneInterval = 1e-7;
+// Zones are numbered by signed 64-bit indices; from 2^63 zones away from zero on, every
+// height falls into one saturated zone, and all grid lines there would step to one height.
+constexpr double kZoneIndexLimit = 9223372036854775808.0;
 
 // Vertex heights farther than this from every grid line cannot change where a grid line
 // steps to, unless the step is longer than half of it; see grid_heights_off_vertices.
@@ -44,6 +47,11 @@ struct SinCos {
 // Sine and cosine of an angle in radians, evaluated in double and narrowed.
 SinCos sin_cos_narrowed(double radians) {
   return {static_cast<float>(std::sin(radians)), static_cast<float>(std::cos(radians))};
+}
+
+// Whether a height has a zone of its own, by the same division that numbers the zones.
+bool height_fits_zone_grid(float h) {
+  return std::fabs(static_cast<double>(h) / kZoneInterval) < kZoneIndexLimit;
 }
 
 // Rotation of points in float: x' = x*c - y*s, y' = y*c + x*s.
@@ -153,6 +161,12 @@ RetVal build_scan_frame(const std::vector<std::shared_ptr<const Point2Vector>>& 
     rings.size[r] = n;
   }
 
+  // Zone numbers grow with the height, so the extremes decide for every vertex height.
+  // Without any vertex they keep their start values, and the extent test below answers.
+  if (min_h <= max_h && !(height_fits_zone_grid(min_h) && height_fits_zone_grid(max_h))) {
+    return RETVAL_BAD_INPUT;
+  }
+
   // The band the lines may use, a thousandth of the spacing inside the
   // extreme heights.
   const double margin = 0.001 * static_cast<double>(spacing);
@@ -182,6 +196,8 @@ RetVal build_scan_frame(const std::vector<std::shared_ptr<const Point2Vector>>& 
     if (static_cast<int64_t>(heights.size() + grid.size()) >= kFillMaxScanLines - 1) {
       return RETVAL_BAD_INPUT;
     }
+    // The grid stays within the vertex heights up to the rounding of its first line.
+    if (!height_fits_zone_grid(z)) return RETVAL_BAD_INPUT;
     grid.push_back(z);
     const float next_z = z + spacing;
     // Far from the origin a float step can vanish below half an ulp.

@@ -119,6 +119,9 @@ struct ColourQuadric {
 
 // ---- Collapse engine shared by both forms.
 
+// Vertices are numbered by signed 32-bit indices; a longer ring would be cut short.
+constexpr std::size_t kMaxRingVertices = static_cast<std::size_t>(INT32_MAX);
+
 struct QEMCandidate {
   int32_t vertex;
   int32_t version;
@@ -288,7 +291,10 @@ std::vector<bool> collapse_ring(int32_t n, const PointOf& point, double limit) {
 }  // namespace
 
 RetVal get_QEM_simplified_loop(std::vector<Point2>& loop, float tolerance) {
-  if (tolerance <= 0.0f || loop.size() < 4) return RETVAL_BAD_INPUT;
+  // NaN passes a plain `<= 0` and would never stop a collapse, collapsing every loop to two
+  // points; an infinite tolerance gives no limit at all.
+  if (!(tolerance > 0.0f) || !std::isfinite(tolerance)) return RETVAL_BAD_INPUT;
+  if (loop.size() < 4 || loop.size() > kMaxRingVertices) return RETVAL_BAD_INPUT;
   const int32_t n = static_cast<int32_t>(loop.size());
   const double limit = tolerance * tolerance;
   const std::vector<bool> alive = collapse_ring<PlaneQuadric, Point2>(
@@ -303,35 +309,54 @@ RetVal get_QEM_simplified_loop(std::vector<Point2>& loop, float tolerance) {
 
 void get_QEM_simplified_loop_with_colour(std::shared_ptr<Path>& path, float position_tolerance,
                                          float colour_tolerance) {
-  if (position_tolerance <= 0.0f || colour_tolerance <= 0.0f || !path) return;
+  if (!(position_tolerance > 0.0f) || !std::isfinite(position_tolerance)) return;
+  if (!(colour_tolerance > 0.0f) || !std::isfinite(colour_tolerance) || !path) return;
   const std::shared_ptr<Point2Vector> points = path->get_points();
   const std::shared_ptr<ColorVector> colours = path->get_colors();
   if (!points || !colours || points->size() != colours->size() || points->size() < 4) return;
+  if (points->size() > kMaxRingVertices) return;
 
   // After scaling, a position distance of position_tolerance equals a colour distance of
-  // colour_tolerance, so one limit serves both.
+  // colour_tolerance, so one limit serves both. The ratio of two finite tolerances can still
+  // round to 0 or overflow, and a point can leave the float range once scaled; each of these
+  // would leave NaN points, so such a call changes nothing. (Scaling back cannot overflow:
+  // the scale is a float, and a float product rounds up too little for that.)
   const double scale = colour_tolerance / position_tolerance;
-  for (Point2& p : *points) {
-    p.x = static_cast<float>(p.x * scale);
-    p.y = static_cast<float>(p.y * scale);
-  }
-
-  const int32_t n = static_cast<int32_t>(points->size());
-  const double limit = colour_tolerance * colour_tolerance;
+  if (!std::isfinite(scale) || scale == 0.0) return;
+  auto scaled = [scale](const Point2& p) {
+    return Point2(static_cast<float>(p.x * scale), static_cast<float>(p.y * scale));
+  };
+  auto unscaled = [scale](const Point2& p) {
+    return Point2(static_cast<float>(p.x / scale), static_cast<float>(p.y / scale));
+  };
   const Point2Vector& pts = *points;
   const ColorVector& cols = *colours;
-  const std::vector<bool> alive = collapse_ring<ColourQuadric, ColourPoint>(
-      n, [&pts, &cols](int32_t i) { return ColourPoint(pts[i], cols[i]); }, limit);
+  for (const Point2& p : pts) {
+    const Point2 s = scaled(p);
+    if (!std::isfinite(s.x) || !std::isfinite(s.y)) return;
+  }
 
+  // The collapse reads the scaled points as they are formed; the caller's sequence is only
+  // scaled once everything that can fail has been allocated, so a failed allocation leaves
+  // the path as it was.
+  const int32_t n = static_cast<int32_t>(pts.size());
+  const double limit = colour_tolerance * colour_tolerance;
+  const std::vector<bool> alive = collapse_ring<ColourQuadric, ColourPoint>(
+      n, [&](int32_t i) { return ColourPoint(scaled(pts[i]), cols[i]); }, limit);
+
+  std::size_t kept = 0;
+  for (int32_t i = 0; i < n; ++i) kept += alive[i] ? 1 : 0;
   auto kept_points = std::make_shared<Point2Vector>();
   auto kept_colours = std::make_shared<ColorVector>();
+  kept_points->reserve(kept);
+  kept_colours->reserve(kept);
   for (int32_t i = 0; i < n; ++i) {
     if (!alive[i]) continue;
-    kept_points->emplace_back(static_cast<float>(pts[i].x / scale),
-                              static_cast<float>(pts[i].y / scale));
+    kept_points->push_back(unscaled(scaled(pts[i])));
     kept_colours->push_back(cols[i]);
   }
   // The former point sequence stays scaled: anyone sharing it sees the scaled values.
+  for (Point2& p : *points) p = scaled(p);
   path->set_points(kept_points);
   path->set_colors(kept_colours);
 }

@@ -3,6 +3,7 @@
 #include <glog/logging.h>
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <utility>
@@ -162,7 +163,14 @@ void compress_to_flags(std::vector<Point2>& p, const std::vector<bool>& keep) {
   p.resize(out < 3 ? 0 : out);
 }
 
+// Vertices are numbered by signed 32-bit indices; a longer ring would be cut short.
+constexpr std::size_t kMaxRingVertices = static_cast<std::size_t>(INT32_MAX);
+
 void simplify_ring_dp(std::vector<Point2>& loop, float radius, float length) {
+  // A NaN radius is beaten by no vertex and would strip every loop down to nothing, an
+  // infinite one is no tolerance at all: neither is asked of a simplification, and as the
+  // result code is always success, the loop is left as it came.
+  if (!std::isfinite(radius) || loop.size() > kMaxRingVertices) return;
   if (loop.empty()) return;
   std::vector<bool> keep(loop.size(), false);
   std::vector<Arc> stack;

@@ -201,8 +201,9 @@ RetVal get_simplified_path_with_colour(std::shared_ptr<Path>& path, float tolera
   const std::shared_ptr<Point2Vector> points = path->get_points();
   const std::shared_ptr<ColorVector> colours = path->get_colors();
   if (!points || points->size() < 2) return RETVAL_BAD_INPUT;
-  // The sweeps read a colour for every point index.
-  if (!colours || colours->size() < points->size()) return RETVAL_BAD_INPUT;
+  // The sweeps read a colour for every point index, and the closing pass would pass over a
+  // path whose colours outnumber its points, leaving colours that belong to no point.
+  if (!colours || colours->size() != points->size()) return RETVAL_BAD_INPUT;
 
   const std::size_t n = points->size();
   double step = static_cast<double>(tolerance) * kFirstStepFraction;

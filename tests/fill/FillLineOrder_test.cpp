@@ -5,6 +5,9 @@
 #include <limits>
 
 #include "FillTestUtil.h"
+// The one source of test_fill that defines the allocation operators.
+#define QXTEST_DEFINE_FAILING_OPERATOR_NEW
+#include "support/FailingAllocation.h"
 
 namespace Quorvex {
 namespace {
@@ -102,6 +105,35 @@ TEST(FillLineOrder, RefusalsLeaveOutputAlone) {
     ASSERT_EQ(out.size(), 1u);
     EXPECT_EQ(out[0], before);
   }
+}
+
+// Whichever allocation fails, the output keeps the very handles it held, here one of them
+// an input line's; the call that runs through replaces them and leaves the input alone.
+TEST(FillLineOrder, FailedAllocationLeavesOutputAlone) {
+  const Loops in = {line_at(0, {0, 10}), line_at(1, {0, 3, 6, 10}), line_at(2, {0, 3, 6, 10}),
+                    line_at(3, {0, 10})};
+  const Point2Vector second = *in[1];
+  const Lines expected = sort_ok(in, 2, 1.5f);
+  Lines out, held;
+  RetVal ret = RETVAL_FAILED;
+  long failures = 0;
+  const long allocations = qxtest::for_each_failing_allocation(
+      [&] {
+        out = {std::const_pointer_cast<Point2Vector>(in[1]),
+               std::make_shared<Point2Vector>(Point2Vector{{7, 7}})};
+        held = out;
+      },
+      [&] { ret = sort_discontinued_fill_line(in, out, 2, 1.5f); },
+      [&] {
+        ++failures;
+        EXPECT_EQ(out, held);
+        EXPECT_EQ(*out[1], (Point2Vector{{7, 7}}));
+      });
+  EXPECT_GT(allocations, 5);
+  EXPECT_EQ(failures, allocations);
+  EXPECT_EQ(ret, RETVAL_OK);
+  EXPECT_EQ(fill_test::flat(out), fill_test::flat(expected));
+  EXPECT_EQ(*in[1], second);
 }
 
 }  // namespace

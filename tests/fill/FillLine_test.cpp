@@ -190,6 +190,31 @@ TEST(FillLine, MinLengthThinsOnlyTheLinking) {
   EXPECT_EQ(fill_test::flat(fill(loops, 1, 3, false)), fill_test::flat(fill(loops, 1, 0, false)));
 }
 
+// Zones of 1e-7 carry 64-bit numbers, so heights reach up to, not including, 2^63 zones
+// from zero; up there the grid lines keep their own heights, one per line.
+TEST(FillLine, HeightsUpToTheLastZoneFillAndBeyondAreRefused) {
+  const double limit = 9223372036854775808.0;
+  float top = 9.2e11f;
+  while (std::fabs(static_cast<double>(std::nextafter(top, 1e13f)) / 1e-7) < limit) {
+    top = std::nextafter(top, 1e13f);
+  }
+  const float spacing = 4e9f;
+  for (const float sign : {1.0f, -1.0f}) {
+    const Loops inside = {sign > 0 ? rect(0, 1e11f, 10, top) : rect(0, -top, 10, -1e11f)};
+    const Lines lines = fill(inside, spacing, 0, false);
+    ASSERT_GE(lines.size(), 200u);
+    for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
+      EXPECT_LT((*lines[i])[0].y, (*lines[i + 1])[0].y) << i;
+    }
+    const float beyond = std::nextafter(top, 1e13f);
+    const Loops outside = {sign > 0 ? rect(0, 1e11f, 10, beyond) : rect(0, -beyond, 10, -1e11f)};
+    Lines out = {std::make_shared<Point2Vector>(Point2Vector{{1, 2}})};
+    const auto before = out[0];
+    EXPECT_EQ(get_fill_line_from_loops(outside, out, spacing, 0, 0, false), RETVAL_BAD_INPUT);
+    EXPECT_TRUE(out.size() == 1 && out[0] == before);
+  }
+}
+
 TEST(FillLine, RefusalsReturnTheirCodeAndLeaveOutputAlone) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const float inf = std::numeric_limits<float>::infinity();
@@ -213,6 +238,13 @@ TEST(FillLine, RefusalsReturnTheirCodeAndLeaveOutputAlone) {
       {"too many crossings", {comb}, 0.01f, 0, RETVAL_BAD_INPUT},
       {"float step vanishes", {rect(0, 1e8f, 10, 1e8f + 4096)}, 1, 0, RETVAL_BAD_INPUT},
       {"grid index beyond 32 bits", {rect(0, 1e10f, 10, 1e10f + 1e4f)}, 1, 0, RETVAL_BAD_INPUT},
+      // Heights of 2^63 zones of 1e-7 and more share one saturated zone: all grid lines there
+      // used to step to one height (2 lines for the first, 57 stacked at 9.22e11 for the
+      // second).
+      {"heights beyond the zones", {rect(0, 1e12f, 10, 3e12f)}, 1e10f, 0, RETVAL_BAD_INPUT},
+      {"top beyond the zones", {rect(0, 5e11f, 10, 1.5e12f)}, 1e10f, 0, RETVAL_BAD_INPUT},
+      {"bottom beyond the zones", {rect(0, -1.5e12f, 10, -5e11f)}, 1e10f, 0, RETVAL_BAD_INPUT},
+      {"rotated beyond the zones", {rect(1e12f, 0, 3e12f, 10)}, 1e10f, 90, RETVAL_BAD_INPUT},
       {"all loops empty", {std::make_shared<const Point2Vector>(), nullptr}, 1, 0, RETVAL_FAILED},
       {"all points equal", {loop({{3, 3}, {3, 3}, {3, 3}})}, 1, 0, RETVAL_FAILED},
       {"huge spacing", {square}, 1e30f, 0, RETVAL_FAILED},

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <tuple>
 #include <vector>
 
@@ -27,6 +28,8 @@ const Loop kBump = {{0, 0}, {5, 0.01f}, {10, 0}, {10, 10}, {0, 10}};
 const Loop kNose = {{0, 0}, {10, 0}, {10.5f, 0.5f}, {10, 1}, {6, 1}, {2, 1}, {0, 1}};
 
 TEST(SimplifyDP, WorkedCases) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const float inf = std::numeric_limits<float>::infinity();
   const struct {
     const char* name;
     Loop input;
@@ -56,6 +59,12 @@ TEST(SimplifyDP, WorkedCases) {
       {"two vertices", {{1, 2}, {3, 4}}, 0, 0, {}},
       {"all equal", {{1, 1}, {1, 1}, {1, 1}, {1, 1}}, -1, 0, {}},
       {"all equal with edge rule", {{1, 1}, {1, 1}, {1, 1}}, 0, 1, {}},
+      // A NaN radius is beaten by no vertex and used to empty every loop; a radius that is
+      // not finite leaves the loop as it came. (So does a loop beyond INT32_MAX vertices.)
+      {"NaN radius leaves the loop", kBump, nan, 0, kBump},
+      {"NaN radius with edge rule", kNose, nan, 5, kNose},
+      {"infinite radius leaves the loop", kBump, inf, 0, kBump},
+      {"negative infinite radius leaves the loop", kBump, -inf, 0, kBump},
   };
   for (const auto& r : rows) {
     Loop loop = r.input;

@@ -36,9 +36,12 @@ constexpr int64_t kFillMaxVertices = int64_t{1} << 28;
 // across the fill direction is below the spacing (outlines without any vertex included),
 // RETVAL_BAD_INPUT when `loops` is empty, no scan line exists, the spacing is not a
 // positive number, the angle or a coordinate is not finite, a rotated coordinate exceeds
-// half the float range, the grid index of the lowest line does not fit 32 bits, or a limit
-// above is exceeded. `fill_lines` is replaced only on RETVAL_OK. Null loop handles count as
-// empty loops; loops of fewer than 3 vertices only widen the extent.
+// half the float range, a vertex or scan-line height (the rotated coordinate across the
+// fill direction) lies 2^63 zones of 1e-7 or more from zero, that is at about 9.22e11 or
+// beyond, where the zones that keep scan lines off vertex heights run out of 64-bit
+// numbers, the grid index of the lowest line does not fit 32 bits, or a limit above is
+// exceeded. `fill_lines` is replaced only on RETVAL_OK. Null loop handles count as empty
+// loops; loops of fewer than 3 vertices only widen the extent.
 QX_EXPORT RetVal
 get_fill_line_from_loops(const std::vector<std::shared_ptr<const Point2Vector>>& loops,
                          std::vector<std::shared_ptr<Point2Vector>>& fill_lines, float line_spacing,

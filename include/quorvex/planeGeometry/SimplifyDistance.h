@@ -22,7 +22,7 @@ QX_EXPORT RetVal get_simplified_loop(std::vector<Point2>& loop, float tolerance)
 // colour differs from a neighbour's by more than `colour_tolerance` is never dropped by the
 // sweeps, and the final pass runs along the path without wrapping, so the first point stays.
 // RETVAL_BAD_INPUT, path untouched, for an empty handle, fewer than 2 points, or a colour
-// sequence missing or shorter than the points; RETVAL_OK otherwise.
+// sequence missing or of another length than the points; RETVAL_OK otherwise.
 QX_EXPORT RetVal get_simplified_path_with_colour(std::shared_ptr<Path>& path, float tolerance,
                                                  float colour_tolerance);
 
