@@ -37,7 +37,8 @@ class QXB_EXPORT DataArchiveConfig {
   bool is_selected(const std::string& name) const;
 
   // Spells every byte of `in` as two lower-case hexadecimal digits: reversible, distinct
-  // for distinct names and made only of characters every file system accepts.
+  // for distinct names and made only of characters every file system accepts. Both this
+  // and decode_file_name may be given the same string as `in` and `out`.
   static void encode_file_name(const std::string& in, std::string& out);
   // Inverse of encode_file_name; false (and `out` empty) for a text it cannot produce.
   static bool decode_file_name(const std::string& in, std::string& out);
