@@ -23,6 +23,12 @@ class QXB_EXPORT DataArchiveConfig {
   bool encode_names = false;
   bool selected_only = false;
   bool single_stream = false;
+  // The stream shared by all calls when `single_stream` is true, opened by the owner.
+  // It must be a seekable file opened without std::ios::app: each record's size field is
+  // written as zero and filled in afterwards by seeking back to it. In append mode that
+  // write lands at the end instead, leaving the size zero and eight stray bytes before the
+  // next record; on a pipe or a terminal the seek fails, the size stays zero and the
+  // stream, its fail flag set, takes no further record.
   std::ofstream stream;
   bool replay_ok = false;
 
