@@ -71,6 +71,7 @@ void BaseTriMesh::clear() {
 }
 
 void BaseTriMesh::set_vCoords(const std::vector<Vector3f>& coords) {
+  // Assignment, not clear and refill: `coords` may be this mesh's own list.
   coords_ = coords;
   if (color_enabled_) colors_.resize(coords_.size(), Vector3f::Zero());
   // Normals follow the positions of the faces' corners.
@@ -92,20 +93,20 @@ std::size_t BaseTriMesh::add_vCoord(const Vector3f& p) {
 }
 
 void BaseTriMesh::set_faces(const std::vector<BaseTriFace>& faces) {
-  faces_.clear();
+  // Copied before anything is cleared: `faces` may be this mesh's own list, as in
+  // m.set_faces(m.get_faces()), and vector assignment copes with that.
+  faces_ = faces;
   normals_.clear();
-  faces_.reserve(faces.size());
-  normals_.reserve(faces.size());
+  normals_.reserve(faces_.size());
   // Not through add_face: a class that overrides both must not see these faces twice.
-  for (const BaseTriFace& f : faces) {
-    faces_.push_back(f);
-    normals_.push_back(normal_of(f));
-  }
+  for (const BaseTriFace& f : faces_) normals_.push_back(normal_of(f));
 }
 
 void BaseTriMesh::add_face(const BaseTriFace& face) {
+  // The normal first: `face` may be one of this mesh's faces, which the push may move away.
+  const Vector3f normal = normal_of(face);
   faces_.push_back(face);
-  normals_.push_back(normal_of(face));
+  normals_.push_back(normal);
 }
 
 void BaseTriMesh::take_content(std::vector<Vector3f>&& coords, std::vector<BaseTriFace>&& faces) {

@@ -41,21 +41,28 @@ int hex_digit_value(char c) {
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   return -1;
 }
+
+// Appends the bytes spelt by `hex` to `bytes`; false at the first pair that is no byte.
+bool decode_hex(const std::string& hex, std::string& bytes) {
+  if (hex.size() % 2 != 0) return false;
+  bytes.reserve(bytes.size() + hex.size() / 2);
+  for (std::size_t i = 0; i < hex.size(); i += 2) {
+    const int hi = hex_digit_value(hex[i]);
+    const int lo = hex_digit_value(hex[i + 1]);
+    if (hi < 0 || lo < 0) return false;
+    bytes.push_back(static_cast<char>(hi * 16 + lo));
+  }
+  return true;
+}
 }  // namespace
 
 bool DataArchiveConfig::decode_file_name(const std::string& in, std::string& out) {
-  out.clear();
-  if (in.size() % 2 != 0) return false;
+  // Built aside and assigned at the end: `in` and `out` may be the same string.
   std::string r;
-  r.reserve(in.size() / 2);
-  for (std::size_t i = 0; i < in.size(); i += 2) {
-    const int hi = hex_digit_value(in[i]);
-    const int lo = hex_digit_value(in[i + 1]);
-    if (hi < 0 || lo < 0) return false;
-    r.push_back(static_cast<char>(hi * 16 + lo));
-  }
+  const bool ok = decode_hex(in, r);
+  if (!ok) r.clear();
   out = std::move(r);
-  return true;
+  return ok;
 }
 
 std::string DataArchiveConfig::get_current_ts_string() {

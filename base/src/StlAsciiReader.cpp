@@ -4,11 +4,14 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <ios>
+#include <streambuf>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "StlParse.h"
+#include "StreamExceptionPause.h"
 #include "VertexWelder.h"
 #include "quorvex/base/MeshReaders.h"
 
@@ -118,14 +121,29 @@ bool parse_float(std::string_view word, float& value) {
 }  // namespace
 
 std::uint64_t stream_remaining_bytes(std::istream& in) {
-  const std::istream::pos_type start = in.tellg();
-  if (start == std::istream::pos_type(-1)) return 0;
-  in.seekg(0, std::ios::end);
-  const std::istream::pos_type end = in.tellg();
-  in.clear();
-  in.seekg(start);
-  if (end == std::istream::pos_type(-1) || end < start) return 0;
-  return static_cast<std::uint64_t>(end - start);
+  // Asked of the stream's buffer, not the stream: tellg and seekg set the fail flag when the
+  // buffer cannot seek, or turn its exception into the bad flag, and the text would then
+  // not be read at all (a stream that decompresses is one).
+  std::streambuf* buffer = in.rdbuf();
+  if (!in.good() || buffer == nullptr) return 0;
+  using Pos = std::streambuf::pos_type;
+  const Pos failed = Pos(std::streambuf::off_type(-1));
+  bool moved = false;
+  try {
+    const Pos start = buffer->pubseekoff(0, std::ios_base::cur, std::ios_base::in);
+    if (start == failed) return 0;
+    const Pos end = buffer->pubseekoff(0, std::ios_base::end, std::ios_base::in);
+    if (end == failed) return 0;
+    moved = true;
+    if (buffer->pubseekpos(start, std::ios_base::in) == start) {
+      const std::streamoff left = end - start;
+      return left > 0 ? static_cast<std::uint64_t>(left) : 0;
+    }
+  } catch (...) {
+    if (!moved) return 0;
+  }
+  in.setstate(std::ios_base::badbit);  // lost its place: reading on would give wrong text
+  return 0;
 }
 
 int parse_stl_ascii(std::istream& in, std::uint64_t total_bytes, BaseTriMesh& mesh,
@@ -197,6 +215,8 @@ int parse_stl_ascii(std::istream& in, std::uint64_t total_bytes, BaseTriMesh& me
 int addFacesGivenAscii(std::istream& in, BaseTriMesh& mesh, const int& mode, Callback progress) {
   // Only mode 0 is defined; the value is reserved for later variants of the text.
   static_cast<void>(mode);
+  // The caller's stream may be set to raise; the reader ends in a value either way.
+  const StreamExceptionPause pause(in);
   ProgressMeter meter(progress);
   meter.report(0);
   const std::uint64_t total = progress ? stream_remaining_bytes(in) : 0;

@@ -49,7 +49,8 @@ class StlBinaryFaces {
 int parse_stl_ascii(std::istream& in, std::uint64_t total_bytes, BaseTriMesh& mesh,
                     ProgressMeter& meter, const std::string& what);
 
-// Bytes between the stream's position and its end, or 0 when the stream cannot seek.
+// Bytes between the stream's position and its end, or 0 when the stream's buffer cannot
+// seek; the stream's flags stay as they were unless the buffer lost its place.
 std::uint64_t stream_remaining_bytes(std::istream& in);
 
 }  // namespace Quorvex

@@ -3,6 +3,8 @@
 #include <cctype>
 #include <cstring>
 
+#include "StreamExceptionPause.h"
+
 namespace Quorvex {
 
 namespace {
@@ -22,6 +24,9 @@ void read_folded_line(std::istream& in, char (&buf)[256]) {
 }  // namespace
 
 bool stl_stream_is_ascii(std::istream& in) {
+  // A first line too long for the buffer sets the fail flag, which must answer false and
+  // not raise through a mask of the caller's.
+  const StreamExceptionPause pause(in);
   char buf[256];
   read_folded_line(in, buf);
   if (std::strstr(buf, "SOLID") == nullptr) return false;

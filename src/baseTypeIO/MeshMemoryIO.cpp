@@ -60,11 +60,18 @@ IORet write_TriMesh_to_memory(std::vector<unsigned char>& image, const BaseTriMe
   // otherwise make the compiler reload the mesh's containers after every byte.
   const BaseTriFace* faces = mesh.get_faces().data();
   const Vector3f* vertices = mesh.get_vCoords().data();
+  const std::size_t vertex_count = mesh.get_vn();
+  // A mesh may hold faces whose corners name no vertex; such a corner is written as the
+  // origin instead of being read from beyond the vertex list.
+  const auto corner = [vertices, vertex_count](int index) -> Vector3f {
+    return index >= 0 && static_cast<std::size_t>(index) < vertex_count ? vertices[index]
+                                                                        : Vector3f::Zero();
+  };
   for (std::size_t i = 0; i < n; ++i) {
     const BaseTriFace& face = faces[i];
-    const Vector3f a = vertices[face[0]];
-    const Vector3f b = vertices[face[1]];
-    const Vector3f c = vertices[face[2]];
+    const Vector3f a = corner(face[0]);
+    const Vector3f b = corner(face[1]);
+    const Vector3f c = corner(face[2]);
     const float e1x = b.x() - a.x(), e1y = b.y() - a.y(), e1z = b.z() - a.z();
     const float e2x = c.x() - a.x(), e2y = c.y() - a.y(), e2z = c.z() - a.z();
     const float nx = e1y * e2z - e1z * e2y;

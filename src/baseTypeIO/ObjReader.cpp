@@ -11,6 +11,7 @@
 #include <locale>
 
 #include "ObjParse.h"
+#include "StreamExceptionPause.h"
 
 namespace Quorvex {
 
@@ -125,6 +126,9 @@ void fill_mesh(const ObjData& data, BaseTriMesh& mesh) {
 }  // namespace
 
 IORet parse_obj_by_extraction(std::istream& in, BaseTriMesh& mesh) {
+  // The parse ends at the first failed extraction, which a caller's mask would turn into an
+  // exception that skips filling the mesh.
+  const StreamExceptionPause pause(in);
   ObjData data;
   parse_by_extraction(in, data);
   fill_mesh(data, mesh);
@@ -132,12 +136,15 @@ IORet parse_obj_by_extraction(std::istream& in, BaseTriMesh& mesh) {
 }
 
 IORet parse_obj(std::istream& in, BaseTriMesh& mesh) {
+  // As in parse_obj_by_extraction; with the mask set aside the scan in place, which raises
+  // nothing, serves streams of any mask.
+  const StreamExceptionPause pause(in);
   using Buf = boost::interprocess::basic_bufferbuf<char>;
   auto* buf = dynamic_cast<Buf*>(in.rdbuf());
-  // The scan knows the "C" locale's spaces and numbers only, skips spaces as >> does by
-  // default and raises nothing; any other setting goes through the stream.
+  // The scan knows the "C" locale's spaces and numbers only and skips spaces as >> does by
+  // default; any other setting goes through the stream.
   if (buf == nullptr || !in.good() || !(in.flags() & std::ios_base::skipws) ||
-      in.exceptions() != std::ios_base::goodbit || in.getloc().name() != "C") {
+      in.getloc().name() != "C") {
     return parse_obj_by_extraction(in, mesh);
   }
   const std::streampos start = buf->pubseekoff(0, std::ios_base::cur, std::ios_base::in);

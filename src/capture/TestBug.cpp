@@ -1,7 +1,9 @@
 #include "quorvex/capture/TestBug.h"
 
+#include <filesystem>
 #include <iostream>
 #include <sstream>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -31,6 +33,21 @@ std::string capture_file_path(const char* call_name) {
   return config.get_store_path() + "/" + name + ".tb";
 }
 
+namespace {
+
+// A folder (or a device) of the candidate's name opens as a stream on some systems and
+// then reads nothing: only a regular file counts, so that the next candidate is tried.
+bool open_regular_file(const std::string& path, std::ifstream& file) {
+  std::error_code ec;
+  // The narrow path as the stream below reads it, not as UTF-8: both must name one file.
+  if (!std::filesystem::is_regular_file(std::filesystem::path(path), ec)) return false;
+  file.clear();
+  file.open(path, std::ios::in | std::ios::binary);
+  return file.is_open();
+}
+
+}  // namespace
+
 bool open_replay_file(const char* call_name, std::ifstream& file) {
   const DataArchiveConfig& config = gDAConfig;
   const std::string& dir = config.get_store_path();
@@ -42,13 +59,10 @@ bool open_replay_file(const char* call_name, std::ifstream& file) {
     if (names.empty()) return false;
     path = dir + "/" + wstring_to_string(names.front());
   }
-  file.open(path, std::ios::in | std::ios::binary);
-  if (!file.is_open()) {
+  if (!open_regular_file(path, file)) {
     path += ".tb";
-    file.clear();
-    file.open(path, std::ios::in | std::ios::binary);
+    if (!open_regular_file(path, file)) return false;
   }
-  if (!file.is_open()) return false;
   std::cout << "Opened testbug file: " << path << std::endl;
   return true;
 }

@@ -68,5 +68,33 @@ TEST(BaseTriMeshTest, NormalsAndColoursFollowTheVertices) {
   EXPECT_EQ(mesh.get_vColor(mesh.add_vCoord(Vector3f(3, 0, 0))), Vector3f::Zero());
 }
 
+// The mesh's own lists and elements passed back to its setters: nothing is lost, and each
+// face keeps its normal. add_face grows the list past its capacity, so the face it was given
+// moves while it is stored (caught as a use after free in a sanitizer build).
+TEST(BaseTriMeshTest, SettersAcceptTheMeshsOwnListsAndElements) {
+  BaseTriMesh mesh = triangle_mesh({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+  mesh.add_face(BaseTriFace(0, 2, 1));
+  mesh.set_faces(mesh.get_faces());
+  ASSERT_EQ(mesh.get_fn(), 2u);
+  EXPECT_EQ(mesh.get_face(1), BaseTriFace(0, 2, 1));
+  EXPECT_EQ(mesh.get_fNrv(0), Vector3f(0, 0, 1));
+  EXPECT_EQ(mesh.get_fNrv(1), Vector3f(0, 0, -1));
+
+  mesh.set_vCoords(mesh.get_vCoords());
+  ASSERT_EQ(mesh.get_vn(), 3u);
+  EXPECT_EQ(mesh.get_vCoord(2), Vector3f(0, 1, 0));
+  EXPECT_EQ(mesh.get_fNrv(1), Vector3f(0, 0, -1));
+
+  for (int i = 0; i < 40; ++i) {
+    const std::size_t last = mesh.get_fn() - 1;
+    mesh.add_face(mesh.get_face(last));
+    ASSERT_EQ(mesh.get_face(last + 1), mesh.get_face(last));
+    EXPECT_EQ(mesh.get_fNrv(last + 1), mesh.get_fNrv(last)) << i;
+  }
+  EXPECT_EQ(mesh.get_fNrv(mesh.get_fn() - 1), Vector3f(0, 0, -1));
+  mesh.add_vCoord(mesh.get_vCoord(1));
+  EXPECT_EQ(mesh.get_vCoord(3), Vector3f(1, 0, 0));
+}
+
 }  // namespace
 }  // namespace Quorvex

@@ -38,6 +38,16 @@ TEST(CaptureConfig, EncodedNamesAreLowerHexAndReversible) {
   EXPECT_FALSE(DataArchiveConfig::decode_file_name("6c6", dec));
   EXPECT_FALSE(DataArchiveConfig::decode_file_name("6C", dec));  // not what encoding gives
   EXPECT_TRUE(dec.empty());
+
+  // The same string as input and output, both ways, and a failure in place empties it.
+  std::string s = "a/b";
+  DataArchiveConfig::encode_file_name(s, s);
+  EXPECT_EQ(s, "612f62");
+  EXPECT_TRUE(DataArchiveConfig::decode_file_name(s, s));
+  EXPECT_EQ(s, "a/b");
+  s = "6c6fzz";
+  EXPECT_FALSE(DataArchiveConfig::decode_file_name(s, s));
+  EXPECT_TRUE(s.empty());
 }
 
 TEST(CaptureConfig, BuildAndTimeStamps) {

@@ -1,13 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <ios>
 #include <limits>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "quorvex/base/MeshReaders.h"
+#include "quorvex/base/StlSniff.h"
 #include "support/LogLines.h"
 #include "support/MeshSamples.h"
+#include "support/Streams.h"
 
 namespace Quorvex {
 namespace {
@@ -172,6 +176,87 @@ TEST(StlReaderTest, BadTextIsCorruptAndSaysWhy) {
     EXPECT_EQ(mesh.get_vn(), 0u) << why;
     ASSERT_EQ(log.lines().size(), 1u) << why;
     EXPECT_TRUE(log.has_line_with(why)) << log.lines()[0];
+  }
+}
+
+// Hands out its bytes, then raises where a plain buffer would report the end.
+class RaisingAtEndBuffer : public qxtest::ForwardOnlyBuffer {
+ public:
+  using ForwardOnlyBuffer::ForwardOnlyBuffer;
+
+ protected:
+  int_type underflow() override { throw std::runtime_error("device gone"); }
+};
+
+// A caller's stream may be set to raise on any flag, and reading to the end sets eofbit and
+// failbit. Its buffer may be unable to seek, which the size that scales progress must not
+// turn into a failed stream. The reader ends in its value all the same, on every kind of
+// stream, with and without progress: a valid text reads, one cut inside a facet or one whose
+// buffer raises gives 3 and an empty mesh. The stream keeps its mask and the flags the
+// reading set.
+TEST(StlReaderTest, StreamSetToRaiseOrUnableToSeekReadsInFull) {
+  using S = std::ios_base;
+  const std::string good = qxtest::ascii_stl(kSample);
+  const std::string cut = good.substr(0, good.rfind("endloop"));
+  for (const S::iostate mask :
+       {S::goodbit, S::failbit, S::eofbit, S::badbit, S::failbit | S::eofbit | S::badbit}) {
+    for (const bool with_progress : {false, true}) {
+      for (const std::string* text : {&good, &cut}) {
+        for (const auto& buffer : qxtest::every_kind_of_input(*text)) {
+          std::istream in(buffer.get());
+          in.exceptions(mask);
+          BaseTriMesh mesh;
+          mesh.add_vCoord(kA);
+          std::vector<int> calls;
+          Callback progress;
+          if (with_progress) progress = [&](const int& p) { calls.push_back(p); };
+          qxtest::LogLines log;
+          int result = -1;
+          EXPECT_NO_THROW(result = addFacesGivenAscii(in, mesh, 0, progress));
+          if (text == &good) {
+            EXPECT_EQ(result, 0);
+            EXPECT_EQ(faces_of(mesh).size(), kSample.size());
+            EXPECT_EQ(mesh.get_vn(), 9u);
+            EXPECT_TRUE(in.eof());
+          } else {
+            EXPECT_EQ(result, kBaseReadCorrupt);
+            EXPECT_TRUE(log.has_line_with("ends inside a facet"));
+            EXPECT_EQ(mesh.get_vn(), 0u);
+          }
+          EXPECT_EQ(in.exceptions(), mask);
+          if (with_progress) expect_progress(calls, 2);
+        }
+      }
+    }
+    RaisingAtEndBuffer raising(good);
+    std::istream in(&raising);
+    in.exceptions(mask);
+    BaseTriMesh mesh;
+    mesh.add_vCoord(kA);
+    qxtest::LogLines log;
+    int result = -1;
+    EXPECT_NO_THROW(result = addFacesGivenAscii(in, mesh, 0, nullptr));
+    EXPECT_EQ(result, kBaseReadCorrupt);
+    EXPECT_TRUE(log.has_line_with("could not be read to its end"));
+    EXPECT_EQ(mesh.get_vn(), 0u);
+    EXPECT_TRUE(in.bad());
+    EXPECT_EQ(in.exceptions(), mask);
+  }
+}
+
+// The sniff answers as documented on such a stream too: a first line that overflows its
+// buffer sets the fail flag and is binary, a text that ends after "solid" is binary.
+TEST(StlReaderTest, SniffOnStreamSetToRaiseAnswersWithoutRaising) {
+  const std::string texts[] = {"solid " + std::string(300, 'x') + "\nfacet\n", "solid t",
+                               "solid t\n\n\n", "solid t\nfacet normal 0 0 1\n"};
+  for (int i = 0; i < 4; ++i) {
+    std::istringstream in(texts[i]);
+    const auto mask = std::ios_base::failbit | std::ios_base::eofbit | std::ios_base::badbit;
+    in.exceptions(mask);
+    bool ascii = false;
+    EXPECT_NO_THROW(ascii = stl_stream_is_ascii(in)) << i;
+    EXPECT_EQ(ascii, i == 3) << i;
+    EXPECT_EQ(in.exceptions(), mask);
   }
 }
 

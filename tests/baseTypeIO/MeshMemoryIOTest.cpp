@@ -35,6 +35,16 @@ Vector3f vec_at(const std::vector<unsigned char>& b, std::size_t at) {
   return Vector3f(f32_at(b, at), f32_at(b, at + 4), f32_at(b, at + 8));
 }
 
+// The writer's normal: the float cross product of the edges divided by its float length.
+Vector3f float_normal(const Vector3f& a, const Vector3f& b, const Vector3f& c) {
+  const Vector3f e1 = b - a;
+  const Vector3f e2 = c - a;
+  const Vector3f n(e1.y() * e2.z() - e1.z() * e2.y(), e1.z() * e2.x() - e1.x() * e2.z(),
+                   e1.x() * e2.y() - e1.y() * e2.x());
+  const float len = std::sqrt(n.x() * n.x() + n.y() * n.y() + n.z() * n.z());
+  return Vector3f(n.x() / len, n.y() / len, n.z() / len);
+}
+
 const std::string kAsciiTriangle =
     "solid t\n facet normal 0 0 1\n  outer loop\n   vertex 0 0 0\n   vertex 1 0 0\n"
     "   vertex 0 1 0\n  endloop\n endfacet\nendsolid t\n";
@@ -91,12 +101,8 @@ TEST(WriteTriMesh, FaceRecordLayout) {
   EXPECT_EQ(image[133], 0);
   // The second face in its own corner order; its normal is the float quotient of the
   // cross product by its length.
-  const Vector3f e1 = Vector3f(3, 2, 3) - Vector3f(0, 0, 1);
-  const Vector3f e2 = Vector3f(1, 2, 3) - Vector3f(0, 0, 1);
-  const Vector3f c(e1.y() * e2.z() - e1.z() * e2.y(), e1.z() * e2.x() - e1.x() * e2.z(),
-                   e1.x() * e2.y() - e1.y() * e2.x());
-  const float len = std::sqrt(c.x() * c.x() + c.y() * c.y() + c.z() * c.z());
-  EXPECT_EQ(vec_at(image, 134), Vector3f(c.x() / len, c.y() / len, c.z() / len));
+  EXPECT_EQ(vec_at(image, 134),
+            float_normal(Vector3f(0, 0, 1), Vector3f(3, 2, 3), Vector3f(1, 2, 3)));
   EXPECT_EQ(vec_at(image, 146), Vector3f(0, 0, 1));
   EXPECT_EQ(vec_at(image, 170), Vector3f(1, 2, 3));
 }
@@ -110,6 +116,36 @@ TEST(WriteTriMesh, ZeroAreaFaceStoresZeroByZero) {
   EXPECT_TRUE(std::isnan(f32_at(image, 84)));
   EXPECT_TRUE(std::isnan(f32_at(image, 88)));
   EXPECT_TRUE(std::isnan(f32_at(image, 92)));
+}
+
+// A mesh may hold faces whose corners name no vertex (their mesh normal is zero). The writer
+// stores such a corner as the origin, and the record's normal comes from the corners as
+// written, rather than reading beyond the vertex list.
+TEST(WriteTriMesh, CornerNamingNoVertexIsWrittenAsOrigin) {
+  const Vector3f p0(1, 2, 3), p1(3, 2, 3), p2(1, 6, 3), o = Vector3f::Zero();
+  BaseTriMesh mesh;
+  mesh.set_vCoords({p0, p1, p2});
+  mesh.set_faces({BaseTriFace(0, 1, 7), BaseTriFace(-1, 1, 2), BaseTriFace(0, 1, 2),
+                  BaseTriFace(3, -2147483647 - 1, 2147483647)});
+  std::vector<unsigned char> image;
+  EXPECT_EQ(write_TriMesh_to_memory(image, mesh), IORET_OK);
+  ASSERT_EQ(image.size(), 84u + 4u * 50u);
+  EXPECT_EQ(u32_at(image, 80), 4u);
+  const struct { Vector3f a, b, c; } expected[] = {{p0, p1, o}, {o, p1, p2}, {p0, p1, p2}};
+  for (std::size_t i = 0; i < 3; ++i) {
+    const std::size_t at = 84 + 50 * i;
+    const auto& e = expected[i];
+    EXPECT_EQ(vec_at(image, at), float_normal(e.a, e.b, e.c)) << i;
+    EXPECT_EQ(vec_at(image, at + 12), e.a) << i;
+    EXPECT_EQ(vec_at(image, at + 24), e.b) << i;
+    EXPECT_EQ(vec_at(image, at + 36), e.c) << i;
+    EXPECT_EQ(image[at + 48], 0);
+    EXPECT_EQ(image[at + 49], 0);
+  }
+  // No corner names a vertex: three origins, and the normal of zero area is 0/0.
+  const std::size_t at = 84 + 150;
+  for (int k = 0; k < 3; ++k) EXPECT_TRUE(std::isnan(f32_at(image, at + 4 * k))) << k;
+  for (std::size_t k = 1; k <= 3; ++k) EXPECT_EQ(vec_at(image, at + 12 * k), o) << k;
 }
 
 TEST(StlInMemory, AsciiBuffer) {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <boost/interprocess/streams/bufferstream.hpp>
+#include <ios>
+#include <locale>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -129,6 +132,33 @@ TEST(ObjReader, EmptyStreamCallsTheOperationsWithEmptyLists) {
   std::istringstream in("");
   EXPECT_EQ(parse_obj(in, mesh), IORET_OK);
   EXPECT_EQ(mesh.calls, "clear,set_vCoords(0),set_faces(0),");
+}
+
+// The parse ends at a failed extraction, which a caller's exception mask would raise. Both
+// parsers, on a stream over memory (scanned in place) and on a string stream, still fill the
+// mesh and give 0, and the stream keeps its mask and the flags the parse left.
+TEST(ObjReader, StreamSetToRaiseParsesAsOneThatDoesNot) {
+  using S = std::ios_base;
+  const std::string text = kQuadText + "f 1 2 3 4\n";
+  const std::vector<unsigned char> bytes = bytes_of(text);
+  for (const S::iostate mask : {S::failbit, S::eofbit, S::failbit | S::eofbit | S::badbit}) {
+    for (int kind = 0; kind < 4; ++kind) {
+      boost::interprocess::basic_ibufferstream<char> memory(
+          reinterpret_cast<const char*>(bytes.data()), bytes.size());
+      static_cast<std::istream&>(memory).imbue(std::locale::classic());
+      std::istringstream string_stream(text);
+      std::istream& in = kind % 2 == 0 ? static_cast<std::istream&>(memory) : string_stream;
+      in.exceptions(mask);
+      RecordingMesh mesh;
+      IORet result = IORET_FILE_NOT_FOUND;
+      EXPECT_NO_THROW(result = kind < 2 ? parse_obj(in, mesh) : parse_obj_by_extraction(in, mesh));
+      EXPECT_EQ(result, IORET_OK) << kind;
+      EXPECT_EQ(mesh.calls, "clear,set_vCoords(4),set_faces(2),") << kind;
+      EXPECT_EQ(faces_of(mesh), (std::vector<BaseTriFace>{F(0, 1, 2), F(0, 2, 3)})) << kind;
+      EXPECT_EQ(in.exceptions(), mask) << kind;
+      EXPECT_TRUE(in.fail() && in.eof()) << kind;
+    }
+  }
 }
 
 TEST(ObjReader, EmptyBufferIsSix) {

@@ -88,6 +88,23 @@ TEST_F(TestBugTest, CaptureWritesTheFileByteForByteAndReplayRestoresIt) {
   EXPECT_EQ(target[0].x, 5.0f);
 }
 
+// A folder named like the call is no testbug file: the replay passes over it to the ".tb"
+// file, and with no such file it finds nothing, prints nothing and leaves the argument.
+TEST_F(TestBugTest, ReplayPassesOverAFolderOfTheCallsName) {
+  fs::create_directory(dir_ + "/" + kCall);
+  std::vector<Point2> target{{7, 7}};
+  gDAConfig.replay_ok = true;
+  EXPECT_EQ(hook(target, false), "");
+  EXPECT_FALSE(gDAConfig.replay_ok);
+  EXPECT_EQ(target.size(), 1u);
+  std::vector<Point2> loop{{1, 2}, {3, 4}};
+  hook(loop);
+  EXPECT_EQ(hook(target, false), opened(kCall + ".tb"));
+  EXPECT_TRUE(gDAConfig.replay_ok);
+  ASSERT_EQ(target.size(), 2u);
+  EXPECT_TRUE(target[1].x == 3.0f && target[1].y == 4.0f);
+}
+
 // How the configuration names the file (a pattern; empty: nothing written), and whether a
 // replay by the call name finds it, by prefix when the name carries a time or thread. When
 // disabled or with its stream closed, replay leaves replay_ok alone.

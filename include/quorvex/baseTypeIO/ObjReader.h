@@ -27,6 +27,10 @@ QX_EXPORT IORet read_obj_in_memory(const std::vector<unsigned char>& data, BaseT
 // Parses the rest of `in` until an extraction fails; always 0. A stream over memory
 // (boost::interprocess::basic_bufferbuf) in the "C" locale is scanned in place, with the
 // same results and the same final stream position and state as reading it word by word.
+// The stream's exception mask is set aside while it is read and put back before the
+// return, and no exception of the stream leaves the parser; the state flags stay as the
+// parse left them (failbit at least), so a mask that holds them raises at the stream's
+// next checked operation.
 QX_EXPORT IORet parse_obj(std::istream& in, BaseTriMesh& mesh);
 // The same, always through the stream's own extraction operators: the reference that the
 // in-place scan is held to.

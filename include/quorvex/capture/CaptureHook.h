@@ -21,8 +21,9 @@ namespace testbug_detail {
 // Store folder, "/", and the call name dressed as gDAConfig says, with ".tb".
 QX_EXPORT std::string capture_file_path(const char* call_name);
 // Opens the file a replay of `call_name` reads: the bare name first, then with ".tb";
-// by prefix when the captured names carry a time or thread. Announces the file on
-// std::cout. False when there is none.
+// by prefix when the captured names carry a time or thread. Only a regular file (or a
+// link to one) counts: a folder of the bare name is passed over for the ".tb" file.
+// Announces the file on std::cout. False when there is none.
 QX_EXPORT bool open_replay_file(const char* call_name, std::ifstream& file);
 // The head of a shared-stream record, with a zero size to be filled in; gives its start.
 QX_EXPORT std::int64_t begin_stream_record(WriteAble& out, const char* call_name);

@@ -23,6 +23,12 @@ class QXB_EXPORT DataArchiveConfig {
   bool encode_names = false;
   bool selected_only = false;
   bool single_stream = false;
+  // The stream shared by all calls when `single_stream` is true, opened by the owner.
+  // It must be a seekable file opened without std::ios::app: each record's size field is
+  // written as zero and filled in afterwards by seeking back to it. In append mode that
+  // write lands at the end instead, leaving the size zero and eight stray bytes before the
+  // next record; on a pipe or a terminal the seek fails, the size stays zero and the
+  // stream, its fail flag set, takes no further record.
   std::ofstream stream;
   bool replay_ok = false;
 
@@ -37,7 +43,8 @@ class QXB_EXPORT DataArchiveConfig {
   bool is_selected(const std::string& name) const;
 
   // Spells every byte of `in` as two lower-case hexadecimal digits: reversible, distinct
-  // for distinct names and made only of characters every file system accepts.
+  // for distinct names and made only of characters every file system accepts. Both this
+  // and decode_file_name may be given the same string as `in` and `out`.
   static void encode_file_name(const std::string& in, std::string& out);
   // Inverse of encode_file_name; false (and `out` empty) for a text it cannot produce.
   static bool decode_file_name(const std::string& in, std::string& out);

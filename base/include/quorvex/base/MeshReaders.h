@@ -45,7 +45,12 @@ QXB_EXPORT int read_3mf_mesh(const std::string& path, BaseTriMesh& mesh, bool ap
 
 // ASCII STL from the stream's current position to its end. Keywords in any case; a text
 // with no facet gives an empty mesh and 0; anything that is not STL syntax, or a text that
-// ends inside a facet, gives 3. `mode` is reserved: only 0 is defined.
+// ends inside a facet, gives 3, and so does a stream that fails or whose buffer raises while
+// it is read. `mode` is reserved: only 0 is defined.
+// The stream's exception mask is set aside while it is read and put back before the
+// return, and no exception of the stream leaves the reader: the value tells the result.
+// The state flags stay as the reading left them (eofbit and failbit once the end is
+// reached), so a stream whose mask holds one of them raises at its next checked operation.
 QXB_EXPORT int addFacesGivenAscii(std::istream& in, BaseTriMesh& mesh, const int& mode,
                                   Callback progress);
 // Binary STL image of `size` bytes. 3 when it is shorter than 84 + 50 n bytes for its face

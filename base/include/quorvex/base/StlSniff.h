@@ -13,7 +13,9 @@ namespace Quorvex {
 // header with the word solid, and only the facet line tells them apart.
 //
 // The stream is left wherever the sniff stopped, possibly with its fail flag set; callers
-// clear it and seek back to the start before they parse.
+// clear it and seek back to the start before they parse. The stream's exception mask is
+// set aside during the sniff and put back after it without raising, as addFacesGivenAscii
+// does (MeshReaders.h).
 QXB_EXPORT bool stl_stream_is_ascii(std::istream& in);
 
 }  // namespace Quorvex
