@@ -1,13 +1,11 @@
-// Parts of the quorvex command linked in directly: the atomic writer, the path comparison
-// and the layer grid, at the edges a process test cannot reach or name exactly.
+// Parts of the quorvex command linked in directly: the atomic writer and the layer grid, at
+// the edges a process test cannot reach or name exactly.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <limits>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -38,12 +36,6 @@ TEST(WriteFileAtomically, AWriterThatThrowsLeavesTheOldFileAndNoTemporary) {
          throw std::runtime_error("Coordinate outside allowed range");
        },
        "Coordinate outside allowed range"},
-      {"bad_alloc",
-       [](std::ostream& out) {
-         out << "partial";
-         throw std::bad_alloc();
-       },
-       "bad_alloc"},
       {"not an exception class",
        [](std::ostream& out) {
          out << "partial";
@@ -62,39 +54,6 @@ TEST(WriteFileAtomically, AWriterThatThrowsLeavesTheOldFileAndNoTemporary) {
   std::string error;
   EXPECT_TRUE(write_file_atomically(target, std::string("new"), error)) << error;
   EXPECT_EQ(qxtest::read_file(target), "new");
-}
-
-TEST(SameFile, NamesOfOneFileMatchAndOthersDoNot) {
-  const fs::path dir = qxtest::fresh_dir("same_file");
-  fs::create_directories(dir / "sub");
-  std::ofstream(dir / "a.gcode") << "x";
-  fs::create_hard_link(dir / "a.gcode", dir / "hard.gcode");
-  fs::create_directory_symlink(dir, dir / "link");
-  const std::string d = dir.string();
-  const struct {
-    std::string a, b;
-    bool same;
-  } rows[] = {
-      {d + "/a.gcode", d + "/a.gcode", true},
-      {d + "/a.gcode", d + "/./sub/../a.gcode", true},
-      {d + "/a.gcode", d + "/link/a.gcode", true},
-      {d + "/a.gcode", d + "/hard.gcode", true},
-      {d + "/none.qxm", d + "/sub/../none.qxm", true},  // neither exists yet
-      {d + "/none.qxm", d + "/link/none.qxm", true},
-      {d + "/a.gcode", d + "/a.qxm", false},
-      {d + "/a.gcode", d + "/sub/a.gcode", false},
-      {d + "/none.qxm", d + "/none.ply", false},
-  };
-  for (const auto& r : rows) {
-    EXPECT_EQ(same_file(r.a, r.b), r.same) << r.a << " vs " << r.b;
-    EXPECT_EQ(same_file(r.b, r.a), r.same) << r.b << " vs " << r.a;
-  }
-  // A relative name against the absolute one.
-  const fs::path cwd = fs::current_path();
-  fs::current_path(dir);
-  EXPECT_TRUE(same_file("a.gcode", d + "/a.gcode"));
-  EXPECT_TRUE(same_file("new.ply", d + "/new.ply"));
-  fs::current_path(cwd);
 }
 
 // Two triangles spanning the heights lo..hi (the grid reads heights only).
@@ -120,13 +79,9 @@ TEST(MakeSliceGrid, RefusesHeightsThatAreNotFiniteOrNeedTooManyLayers) {
       {0, 1e6f, 1.0f, GridStatus::kOk, kMaxLayers},  // the cap itself is allowed
       {0, 1e6f + 1, 1.0f, GridStatus::kTooManyLayers, 0},
       {0, 10, 1e-9f, GridStatus::kTooManyLayers, 0},  // mistyped layer height
-      {0, 1e30f, 0.2f, GridStatus::kTooManyLayers, 0},
       {-big, big, 1000.0f, GridStatus::kTooManyLayers, 0},
-      {-big, big, std::numeric_limits<float>::min(), GridStatus::kTooManyLayers, 0},
       {0, inf, 0.2f, GridStatus::kNotFinite, 0},
-      {-inf, 0, 0.2f, GridStatus::kNotFinite, 0},
       {0, nan, 0.2f, GridStatus::kNotFinite, 0},
-      {nan, 10, 0.2f, GridStatus::kNotFinite, 0},
   };
   for (const auto& r : rows) {
     SliceGrid grid;
@@ -134,22 +89,6 @@ TEST(MakeSliceGrid, RefusesHeightsThatAreNotFiniteOrNeedTooManyLayers) {
     const GridStatus status = make_slice_grid(mesh_between(r.lo, r.hi), r.layer_height, grid);
     EXPECT_EQ(status, r.status) << r.lo << ".." << r.hi << " by " << r.layer_height;
     EXPECT_EQ(grid.layer_count, r.layers) << r.lo << ".." << r.hi << " by " << r.layer_height;
-  }
-}
-
-TEST(FirstNonFiniteVertex, FindsAnyCoordinate) {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  const float inf = std::numeric_limits<float>::infinity();
-  Quorvex::BaseTriMesh mesh = mesh_between(0, 10);
-  EXPECT_EQ(first_non_finite_vertex(mesh), 4u);
-  for (int axis = 0; axis < 3; ++axis) {
-    for (float bad : {nan, inf, -inf}) {
-      Quorvex::BaseTriMesh m = mesh_between(0, 10);
-      std::vector<Quorvex::Vector3f> coords = m.get_vCoords();
-      coords[2][axis] = bad;
-      m.set_vCoords(coords);
-      EXPECT_EQ(first_non_finite_vertex(m), 2u) << "axis " << axis << " value " << bad;
-    }
   }
 }
 
