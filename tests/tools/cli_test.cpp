@@ -261,6 +261,8 @@ TEST(CliStatus, MisuseIsNamedAndWritesNothing) {
       {"slice " + m + " --preview", "--preview needs a value"},
       {"gcode " + q(dir / "c.qxm") + " -o", "-o needs a value"},
       {"gcode " + q(dir / "c.qxm") + " --output", "--output needs a value"},
+      {"gcode " + q(dir / "c.qxm") + " -o " + q(dir / "link" / "c.qxm"),
+       "the G-code would overwrite the archive"},
       {"demo --out", "--out needs a value"},
       {"slice " + m + " -o " + q(dir / "c.qxm"),
        "the G-code and the archive would be the same file"},

@@ -64,6 +64,9 @@ int run_gcode(const std::vector<std::string>& args) {
   }
   if (input.empty()) return usage_error("gcode", "no archive given");
   if (output.empty()) output = replace_extension(input, ".gcode");
+  if (same_file(input, output)) {
+    return usage_error("gcode", "the G-code would overwrite the archive '" + output + "'");
+  }
   Quorvex::Entity entity;
   if (!read_archive_file(input, entity)) return kExitFailure;
   Quorvex::GCode gcode(
