@@ -16,6 +16,19 @@ namespace {
 
 using qxtest::make_path;
 
+// Every call raises E with the model's own text.
+template <class E, std::size_t N>
+void expect_each_raises(const std::function<void()> (&calls)[N], const char* text) {
+  for (std::size_t i = 0; i < N; ++i) {
+    try {
+      calls[i]();
+      ADD_FAILURE() << "call " << i << ": no exception";
+    } catch (const E& err) {
+      EXPECT_STREQ(err.what(), text) << "call " << i;
+    }
+  }
+}
+
 // Colours follow the point count; flags are a sequence of their own.
 TEST(Path, ResizeKeepsColoursInStepAndLeavesFlags) {
   Path p;
@@ -42,14 +55,7 @@ TEST(Path, GrowingPastTheLargestSizeRaisesLengthError) {
   const std::function<void()> calls[] = {
       [&] { p->reserve_vn(huge); }, [&] { p->resize_vn(huge); }, [&] { bare.resize_vn(SIZE_MAX); },
       [&] { e.reserve_layer_size(SIZE_MAX); }, [&] { e.resize_layer_size(SIZE_MAX); }};
-  for (const auto& call : calls) {
-    try {
-      call();
-      ADD_FAILURE() << "no exception";
-    } catch (const std::length_error& err) {
-      EXPECT_STREQ(err.what(), "vector<T> too long");
-    }
-  }
+  expect_each_raises<std::length_error>(calls, "vector<T> too long");
   EXPECT_EQ(p->get_vn(), 1u);
   EXPECT_EQ(p->get_colors()->size(), 1u);
   EXPECT_EQ(bare.get_points(), nullptr);
@@ -73,14 +79,7 @@ TEST(Path, CheckedAccessRaisesOutOfRange) {
                                          [&] { ext.get_head(1); },
                                          [&] { e.set_layer(std::make_shared<Layer>(), 1); },
                                          [&] { e.set_layer(std::make_shared<Layer>(), -1); }};
-  for (const auto& call : calls) {
-    try {
-      call();
-      ADD_FAILURE() << "no exception";
-    } catch (const std::out_of_range& err) {
-      EXPECT_STREQ(err.what(), "invalid vector<T> subscript");
-    }
-  }
+  expect_each_raises<std::out_of_range>(calls, "invalid vector<T> subscript");
 }
 
 TEST(Path, IsFillOnTheClosedRangeThreeToEleven) {
