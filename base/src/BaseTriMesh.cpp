@@ -63,9 +63,11 @@ Vector3f BaseTriMesh::normal_of(const BaseTriFace& f) const {
   return triangle_unit_normal(coords_[f[0]], coords_[f[1]], coords_[f[2]]);
 }
 
+// As new: a mesh read into after a coloured one has no colours of its own.
 void BaseTriMesh::clear() {
   coords_.clear();
   colors_.clear();
+  color_enabled_ = false;
   faces_.clear();
   normals_.clear();
 }
@@ -73,7 +75,8 @@ void BaseTriMesh::clear() {
 void BaseTriMesh::set_vCoords(const std::vector<Vector3f>& coords) {
   // Assignment, not clear and refill: `coords` may be this mesh's own list.
   coords_ = coords;
-  if (color_enabled_) colors_.resize(coords_.size(), Vector3f::Zero());
+  // New vertices, new colours: none is carried over from the vertex that had its index.
+  if (color_enabled_) colors_.assign(coords_.size(), Vector3f::Zero());
   // Normals follow the positions of the faces' corners.
   for (std::size_t i = 0; i < faces_.size(); ++i) normals_[i] = normal_of(faces_[i]);
 }

@@ -64,8 +64,11 @@ TEST(BaseTriMeshTest, NormalsAndColoursFollowTheVertices) {
   mesh.set_vCoords({Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)});
   EXPECT_EQ(mesh.get_fNrv(0), Vector3f(0, 0, 1));
   EXPECT_EQ(mesh.get_fNrv(1), Vector3f(0, 0, -1));
+  EXPECT_EQ(mesh.get_vColor(1), Vector3f::Zero());  // a new vertex 1, with no colour yet
   EXPECT_EQ(mesh.get_vColor(2), Vector3f::Zero());
   EXPECT_EQ(mesh.get_vColor(mesh.add_vCoord(Vector3f(3, 0, 0))), Vector3f::Zero());
+  mesh.clear();  // as new: a mesh read into afterwards has no colours
+  EXPECT_FALSE(mesh.is_vColor_enabled());
 }
 
 // The mesh's own lists and elements passed back to its setters: nothing is lost, and each

@@ -53,7 +53,8 @@ class QXB_EXPORT Cloud {
 // A triangle mesh. Face normals are kept with the faces: get_fNrv(i) is the unit normal
 // (V1 - V0) x (V2 - V0), normalised, as STL stores it; a degenerate face, or one with a
 // corner that names no vertex, has the zero vector. Normals follow set_vCoords; add_vCoord
-// leaves those of existing faces alone. The setters accept the mesh's own lists and
+// leaves those of existing faces alone. With colours on, set_vCoords gives every vertex black;
+// clear leaves the mesh as new, colours off. The setters accept the mesh's own lists and
 // elements: m.set_faces(m.get_faces()) and m.add_face(m.get_face(0)) keep what they name.
 class QXB_EXPORT BaseTriMesh : public Cloud {
  public:
