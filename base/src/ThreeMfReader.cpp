@@ -19,11 +19,11 @@ namespace {
 using NMR::PLib3MFBase;
 
 // Largest placed mesh this reader builds. Components let a small file place one object
-// many times over; the limit keeps such a file from asking for more memory than a slicer
-// can give (about 3 GB at the limit).
+// many times over; the limits keep such a file from asking for more memory than a slicer
+// can give: 3.2 GB of faces and normals at the triangle limit, and at most as much again of
+// vertices, three per triangle, as a mesh that shares no corner has.
 constexpr std::uint64_t kMaxPlacedTriangles = std::uint64_t{1} << 27;
-// Vertices of the placed mesh are 32-bit signed indices.
-constexpr std::uint64_t kMaxPlacedVertices = 0x7fffffff;
+constexpr std::uint64_t kMaxPlacedVertices = 3 * kMaxPlacedTriangles;
 // Objects visited while expanding the build, empty ones included.
 constexpr std::uint64_t kMaxPlacements = std::uint64_t{1} << 24;
 // Components reference only objects defined before them, so nesting this deep means a
