@@ -83,7 +83,9 @@ class QX_EXPORT ArchiveReader {
 
   // Skips the optional version and commit tags and checks the stored names against the
   // registered ones, first in the current table form, then in the earlier one. Prints
-  // what does not match to std::cout.
+  // what does not match to std::cout. Looking at a tag and trying the earlier form both
+  // seek back, so the source must be seekable (a file or a stream over memory); on one that
+  // is not, the header does not match.
   bool read_header();
   // Overwrites the registered arguments; call only after read_header gave true.
   bool read_values();
