@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <type_traits>
 
 #include "LargePageArray.h"
@@ -29,10 +30,13 @@ inline void prefetch_node(const DT_Node<T>* pool, int32_t id) {
 // The pool is raw malloc memory grown by memcpy, which the node type must allow.
 static_assert(std::is_trivially_copyable<DT_Node<AABB2D>>::value, "pool nodes are copied as bytes");
 
+// A pool that cannot be had raises std::bad_alloc, as a container would, before the tree
+// changes: writing through a null pool would corrupt memory instead.
 template <class T>
 DT_Node<T>* allocate_pool(int32_t capacity) {
   const size_t bytes = sizeof(DT_Node<T>) * static_cast<size_t>(capacity);
   void* block = std::malloc(bytes);
+  if (block == nullptr) throw std::bad_alloc();
   // The pool is written right after it is allocated, so the advice comes first.
   advise_large_pages(block, bytes);
   return static_cast<DT_Node<T>*>(block);
@@ -135,7 +139,9 @@ void DynamicTree<T>::clear() {
 template <class T>
 int DynamicTree<T>::_alloc_node() {
   if (free_list == -1) {
-    // Only a moved-from tree has no pool; it starts again at the usual size.
+    // Only a moved-from tree has no pool; it starts again at the usual size. Ids are
+    // 32-bit: a pool of 2^30 nodes cannot double.
+    if (node_capacity > INT32_MAX / 2) throw std::bad_alloc();
     const int32_t new_capacity = node_capacity > 0 ? node_capacity * 2 : kInitialCapacity;
     DT_Node<T>* grown = allocate_pool<T>(new_capacity);
     if (node_count > 0) {

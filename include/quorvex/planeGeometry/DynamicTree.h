@@ -32,7 +32,8 @@ struct DT_Node {
 // A self-balancing binary tree of boxes. Leaves are proxies (a box and the caller's
 // pointer), inner nodes hold the union of their children. Ids are pool indices and stay
 // valid while other proxies come and go. Nothing is checked: an id out of range or of a
-// free node is the caller's fault. One thread at a time.
+// free node is the caller's fault. One thread at a time. A pool that cannot grow (no memory,
+// or 2^30 nodes already) raises std::bad_alloc and leaves the tree as it was.
 template <class T>
 class DynamicTree {
  public:
