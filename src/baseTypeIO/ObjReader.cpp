@@ -5,6 +5,7 @@
 #include <boost/interprocess/streams/bufferstream.hpp>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <limits>
@@ -163,7 +164,11 @@ IORet parse_obj(std::istream& in, BaseTriMesh& mesh) {
 }
 
 IORet read_obj_file(const std::string& file_name, BaseTriMesh& mesh) {
-  std::ifstream in(file_name, std::ios_base::in);
+  // A folder opens as a stream on this system and reads as empty text: it is no file.
+  std::error_code ec;
+  const bool folder = std::filesystem::is_directory(file_name, ec);
+  std::ifstream in;
+  if (!folder) in.open(file_name, std::ios_base::in);
   if (!in.is_open()) {
     LOG(ERROR) << "file " << file_name << " not exist!";
     return IORET_FILE_NOT_FOUND;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <boost/interprocess/streams/bufferstream.hpp>
+#include <filesystem>
 #include <ios>
 #include <locale>
 #include <sstream>
@@ -192,13 +193,17 @@ TEST(ObjReader, FileReader) {
   EXPECT_EQ(mesh.get_fNrv(0), Vector3f(0, 0, 1));
 }
 
+// A folder of that name is no file either.
 TEST(ObjReader, MissingFileIsTwoWithItsLine) {
-  ErrorLines errors;
-  BaseTriMesh mesh;
-  const std::string path = qxtest::temp_path("does_not_exist.obj");
-  EXPECT_EQ(read_obj_file(path, mesh), IORET_FILE_NOT_FOUND);
-  ASSERT_EQ(errors.lines().size(), 1u);
-  EXPECT_EQ(errors.lines()[0], "file " + path + " not exist!");
+  const std::string folder = qxtest::temp_path("folder.obj");
+  std::filesystem::create_directories(folder);
+  for (const std::string& path : {qxtest::temp_path("does_not_exist.obj"), folder}) {
+    ErrorLines errors;
+    BaseTriMesh mesh;
+    EXPECT_EQ(read_obj_file(path, mesh), IORET_FILE_NOT_FOUND);
+    ASSERT_EQ(errors.lines().size(), 1u);
+    EXPECT_EQ(errors.lines()[0], "file " + path + " not exist!");
+  }
 }
 
 }  // namespace
