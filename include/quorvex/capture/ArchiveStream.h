@@ -336,8 +336,14 @@ inline ReadAble read_point_vector_compact(ReadAble in, std::vector<Point2>& v) {
 template <class Grow>
 std::size_t read_block_bounded(ReadAble& in, std::size_t count, std::size_t elem_size, Grow grow) {
   if (count == 0) return 0;
-  const std::int64_t left = bytes_left(in);
   const std::size_t slack = kMaxUndeliveredBytes / elem_size;
+  // Within the padding a short stream may leave, every stream gets the whole count: the
+  // size, which may cost the stream's buffer a seek to its end and back, is not needed.
+  if (count <= slack) {
+    in.read(grow(count), count * elem_size);
+    return count;
+  }
+  const std::int64_t left = bytes_left(in);
   if (left >= 0) {
     const std::size_t held = static_cast<std::size_t>(left) / elem_size;
     if (count <= held || count - held <= slack) {
