@@ -73,7 +73,7 @@ for t in ("stl_memory", "stl_file"):
     put(t, "short.stl", stl_binary(TRIANGLES, count=9))
 
 
-def three_mf(with_component):
+def three_mf_model(with_component):
     model = ('<?xml version="1.0" encoding="UTF-8"?>\n'
              '<model unit="millimeter" xml:lang="en-US" '
              'xmlns="http://schemas.microsoft.com/3dmanufacturing/core/2015/02">\n'
@@ -88,6 +88,11 @@ def three_mf(with_component):
                   '</components></object>')
     model += ('</resources><build><item objectid="%d" transform="1 0 0 0 1 0 0 0 1 0 0 1"/>'
               '</build></model>\n' % (2 if with_component else 1))
+    return model
+
+
+def three_mf(with_component):
+    model = three_mf_model(with_component)
     types = ('<?xml version="1.0" encoding="UTF-8"?>\n'
              '<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">'
              '<Default Extension="rels" '
@@ -110,6 +115,14 @@ def three_mf(with_component):
 
 put("threemf", "mesh.3mf", three_mf(False))
 put("threemf", "component.3mf", three_mf(True))
+# The model's XML alone, for the count of placements made before lib3mf reads a package.
+put("threemf_components", "mesh.model", three_mf_model(False))
+put("threemf_components", "component.model", three_mf_model(True))
+put("threemf_components", "markup.model",
+    '<?xml version="1.0"?><!DOCTYPE m [<!ENTITY e "x">]><m:model><!-- <item objectid="2"/> -->'
+    '<m:object id="1"/><m:object id=\'2\' name="a>b"><m:components>'
+    '<m:component objectid="&#49;"/><m:component objectid=" 1 "/></m:components></m:object>'
+    '<![CDATA[<item objectid="2"/>]]><?pi ?><m:item objectid="2"/></m:model>')
 
 # ---- print-model archive
 

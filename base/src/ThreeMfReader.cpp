@@ -10,6 +10,7 @@
 // this file.
 #include <Model/COM/NMR_DLLInterfaces.h>
 
+#include "ThreeMfComponentScan.h"
 #include "quorvex/base/MeshReaders.h"
 
 namespace Quorvex {
@@ -391,6 +392,15 @@ int read_3mf_model(const std::string& path, BaseTriMesh& mesh, bool apply_transf
   if (!std::ifstream(path, std::ios::binary).is_open()) {
     LOG(ERROR) << "file " << path << " not exist!";
     return 2;
+  }
+  // lib3mf walks every path through the components of each build item while it reads, so a
+  // small file that places objects without end would keep it busy for good: such a file is
+  // refused on its own count before lib3mf sees it.
+  std::uint64_t placed = 0;
+  if (count_3mf_placements(path, placed) && placed > kMaxPlacements) {
+    LOG(ERROR) << what << ": the build places more than " << kMaxPlacements
+               << " objects through its components, beyond what this reader expands";
+    return kBaseReadCorrupt;
   }
   Lib3mfHandle model;
   if (NMR::lib3mf_createmodel(model.out()) != LIB3MF_OK) {

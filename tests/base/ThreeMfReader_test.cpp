@@ -139,8 +139,7 @@ TEST(ThreeMfReaderTest, PlacesBuildItemsAndNestedComponentsInOrderInMillimetres)
 // Missing (2), no readable 3MF (half a good file, 3), a build that places no mesh (4), and a
 // component bomb (3): each level places the one below twice, 2^16 copies of 4096 triangles
 // from a file of some hundred kilobytes, refused from the counts alone instead of placed.
-// (Much deeper chains are not tried: lib3mf's own validation while reading walks every path
-// of the component graph.)
+// (Chains of more placements are refused before lib3mf reads them: ThreeMfComponentScan_test.)
 TEST(ThreeMfReaderTest, FailuresKeepNothingAndNameTheFile) {
   ModelBuilder good, no_build, bomb;
   good.add_build_item(good.add_mesh(kTetra, kTetraFaces));
