@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "LargePageArray.h"
+#include "TreeWalkLedger.h"
 
 namespace Quorvex {
 
@@ -30,11 +31,15 @@ inline void prefetch_node(const DT_Node<T>* pool, int32_t id) {
 // The pool is raw malloc memory grown by memcpy, which the node type must allow.
 static_assert(std::is_trivially_copyable<DT_Node<AABB2D>>::value, "pool nodes are copied as bytes");
 
+static_assert(sizeof(DT_Node<AABB2D>) % alignof(TreeWalkLedger) == 0,
+              "the walk ledger follows the nodes in the pool's block");
+
 // A pool that cannot be had raises std::bad_alloc, as a container would, before the tree
-// changes: writing through a null pool would corrupt memory instead.
+// changes: writing through a null pool would corrupt memory instead. The block holds the
+// walk ledger after the nodes; the caller sets it.
 template <class T>
 DT_Node<T>* allocate_pool(int32_t capacity) {
-  const size_t bytes = sizeof(DT_Node<T>) * static_cast<size_t>(capacity);
+  const size_t bytes = sizeof(DT_Node<T>) * static_cast<size_t>(capacity) + sizeof(TreeWalkLedger);
   void* block = std::malloc(bytes);
   if (block == nullptr) throw std::bad_alloc();
   // The pool is written right after it is allocated, so the advice comes first.
@@ -52,6 +57,7 @@ DynamicTree<T>::DynamicTree()
       node_capacity(kInitialCapacity),
       free_list(0) {
   _link_free_nodes(0);
+  ledger_of(nodes, node_capacity).reset();
 }
 
 template <class T>
@@ -69,7 +75,7 @@ DynamicTree<T>::DynamicTree(const DynamicTree& other)
   if (node_capacity > 0) {
     nodes = allocate_pool<T>(node_capacity);
     std::memcpy(static_cast<void*>(nodes), other.nodes,
-                sizeof(DT_Node<T>) * static_cast<size_t>(node_capacity));
+                sizeof(DT_Node<T>) * static_cast<size_t>(node_capacity) + sizeof(TreeWalkLedger));
   }
 }
 
@@ -134,6 +140,7 @@ void DynamicTree<T>::clear() {
   _link_free_nodes(0);
   // A tree whose pool was moved away has no node to hand out yet.
   free_list = node_capacity > 0 ? 0 : -1;
+  if (nodes != nullptr) ledger_of(nodes, node_capacity).reset();
 }
 
 template <class T>
@@ -147,6 +154,12 @@ int DynamicTree<T>::_alloc_node() {
     if (node_count > 0) {
       std::memcpy(static_cast<void*>(grown), nodes,
                   sizeof(DT_Node<T>) * static_cast<size_t>(node_count));
+    }
+    TreeWalkLedger& ledger = ledger_of(grown, new_capacity);
+    if (nodes != nullptr) {
+      ledger = ledger_of(nodes, node_capacity);
+    } else {
+      ledger.reset();
     }
     std::free(nodes);
     nodes = grown;
@@ -188,19 +201,41 @@ template <class T>
 void DynamicTree<T>::destroy_proxy(int id) {
   _remove_leaf(id);
   _free_node(id);
+  // An empty tree has no node out of balance: a ledger that overflowed starts again.
+  if (node_count == 0) ledger_of(nodes, node_capacity).reset();
 }
 
 template <class T>
-void DynamicTree<T>::_refit_to_root(int index) {
+void DynamicTree<T>::_refit_to_root(int index, bool start_is_new) {
+  TreeWalkLedger& ledger = ledger_of(nodes, node_capacity);
+  // A new node holds its final values already, so finding it unchanged proves nothing.
+  bool may_stop = !start_is_new;
   while (index != -1) {
     // The node that ends up on top keeps this node's parent, so it can be fetched now.
     prefetch_node(nodes, nodes[index].parent);
-    index = _balance(index);
-    DT_Node<T>& n = nodes[index];
+    const int32_t old_height = nodes[index].height;
+    const T old_box = nodes[index].aabb;
+    const int top = _balance(index);
+    DT_Node<T>& n = nodes[top];
     const DT_Node<T>& c1 = nodes[n.child1];
     const DT_Node<T>& c2 = nodes[n.child2];
     n.height = 1 + max_i32(c1.height, c2.height);
     n.aabb = aabb_union(c1.aabb, c2.aabb);
+    if (top != index) {
+      // The rotated node went down with new children and a box it computed itself.
+      const DT_Node<T>& down = nodes[index];
+      const DT_Node<T>& d1 = nodes[down.child1];
+      const DT_Node<T>& d2 = nodes[down.child2];
+      ledger.note(index, rotates(down.height, d1.height, d2.height) ||
+                             !same_bits(down.aabb, aabb_union(d1.aabb, d2.aabb)));
+    }
+    ledger.note(top, rotates(n.height, c1.height, c2.height));
+    // Above a node left as it was, the full walk would change nothing but a listed node.
+    if (may_stop && top == index && n.height == old_height && same_bits(n.aabb, old_box) &&
+        !ledger.lists_above(nodes, index)) {
+      return;
+    }
+    may_stop = true;
     index = n.parent;
   }
 }
@@ -270,7 +305,7 @@ void DynamicTree<T>::_insert_leaf(int leaf) {
   nodes[sibling].parent = new_parent;
   nodes[leaf].parent = new_parent;
 
-  _refit_to_root(nodes[leaf].parent);
+  _refit_to_root(nodes[leaf].parent, true);
 }
 
 template <class T>
@@ -290,11 +325,13 @@ void DynamicTree<T>::_remove_leaf(int leaf) {
       nodes[grand].child2 = sibling;
     }
     nodes[sibling].parent = grand;
+    ledger_of(nodes, node_capacity).note(parent, false);
     _free_node(parent);
-    _refit_to_root(grand);
+    _refit_to_root(grand, false);
   } else {
     root = sibling;
     nodes[sibling].parent = -1;
+    ledger_of(nodes, node_capacity).note(parent, false);
     _free_node(parent);
   }
 }

@@ -31,7 +31,11 @@ struct DT_Node {
 
 // A self-balancing binary tree of boxes. Leaves are proxies (a box and the caller's
 // pointer), inner nodes hold the union of their children. Ids are pool indices and stay
-// valid while other proxies come and go. Nothing is checked: an id out of range or of a
+// valid while other proxies come and go. After an insertion or removal the tree balances and
+// refits the nodes from the change towards the root; the walk ends early where the rest of
+// the way could change nothing, and the pool then holds, byte for byte, what a walk over
+// every node up to the root leaves. The few nodes that rule out stopping are listed in the
+// pool's block after the last node. Nothing is checked: an id out of range or of a
 // free node is the caller's fault. One thread at a time. A pool that cannot grow (no memory,
 // or 2^30 nodes already) raises std::bad_alloc and leaves the tree as it was.
 template <class T>
@@ -72,8 +76,9 @@ class DynamicTree {
   void _insert_leaf(int leaf);
   void _remove_leaf(int leaf);
   int _balance(int node);
-  // Heights and boxes from `index` up to the root, rotating on the way.
-  void _refit_to_root(int index);
+  // Heights and boxes from `index` up to the root, rotating on the way; it stops early only
+  // where the rest of the way would change nothing. `start_is_new` for a node just made.
+  void _refit_to_root(int index, bool start_is_new);
   // Links nodes [from, node_capacity) into a free list of zeroed nodes.
   void _link_free_nodes(int from);
 
