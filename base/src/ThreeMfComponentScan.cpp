@@ -220,13 +220,7 @@ void ComponentPlacementCounter::step(char c) {
       }
       return;
     case State::kSkipTag:
-      if (quote_ != 0) {
-        if (c == quote_) quote_ = 0;
-      } else if (c == '"' || c == '\'') {
-        quote_ = c;
-      } else if (c == '>') {
-        finish_tag();
-      }
+      if (!follow_quotes(c) && c == '>') finish_tag();
       return;
     case State::kBang: {
       name_ += c;
@@ -264,11 +258,8 @@ void ComponentPlacementCounter::step(char c) {
       matched_ = c == '?' ? 1 : 0;
       return;
     case State::kDeclaration:
-      if (quote_ != 0) {
-        if (c == quote_) quote_ = 0;
-      } else if (c == '"' || c == '\'') {
-        quote_ = c;
-      } else if (c == '[') {
+      if (follow_quotes(c)) return;
+      if (c == '[') {
         ++bracket_depth_;
       } else if (c == ']') {
         --bracket_depth_;
@@ -277,6 +268,18 @@ void ComponentPlacementCounter::step(char c) {
       }
       return;
   }
+}
+
+bool ComponentPlacementCounter::follow_quotes(char c) {
+  if (quote_ != 0) {
+    if (c == quote_) quote_ = 0;
+    return true;
+  }
+  if (c == '"' || c == '\'') {
+    quote_ = c;
+    return true;
+  }
+  return false;
 }
 
 void ComponentPlacementCounter::start_attributes(char delimiter) {

@@ -51,6 +51,8 @@ class ComponentPlacementCounter {
   enum class Element { kOther, kObject, kComponent, kItem };
 
   void step(char c);
+  // Follows quoted text in markup: true when `c` opens, closes or lies inside a quotation.
+  bool follow_quotes(char c);
   void start_attributes(char delimiter);
   void finish_tag();
   void finish_attribute();

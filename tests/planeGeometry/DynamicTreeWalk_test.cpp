@@ -162,55 +162,39 @@ class PlainTree {
     }
   }
 
-  // One rotation at most; `up` is the child that rises, `keep` the other one of N.
+  // One rotation at most: the taller child of N rises by two or more.
   int balance(int n_id) {
-    Node& n = nodes_[n_id];
+    const Node& n = nodes_[n_id];
     if (n.is_leaf() || n.height < 2) return n_id;
-    const int l_id = n.child1;
-    const int r_id = n.child2;
-    const int balance = nodes_[r_id].height - nodes_[l_id].height;
-    if (balance >= 2) {
-      Node& r = nodes_[r_id];
-      const int r1 = r.child1;
-      const int r2 = r.child2;
-      r.child1 = n_id;
-      r.parent = n.parent;
-      n.parent = r_id;
-      set_child(r.parent, n_id, r_id);
-      const bool first_higher = nodes_[r1].height > nodes_[r2].height;
-      const int stays = first_higher ? r1 : r2;
-      const int goes = first_higher ? r2 : r1;
-      r.child2 = stays;
-      n.child2 = goes;
-      nodes_[goes].parent = n_id;
-      n.aabb = aabb_union(nodes_[l_id].aabb, nodes_[goes].aabb);
-      r.aabb = aabb_union(n.aabb, nodes_[stays].aabb);
-      n.height = 1 + std::max(nodes_[l_id].height, nodes_[goes].height);
-      r.height = 1 + std::max(n.height, nodes_[stays].height);
-      return r_id;
-    }
-    if (balance < -1) {
-      Node& l = nodes_[l_id];
-      const int l1 = l.child1;
-      const int l2 = l.child2;
-      l.child1 = n_id;
-      l.parent = n.parent;
-      n.parent = l_id;
-      set_child(l.parent, n_id, l_id);
-      const bool first_higher = nodes_[l1].height > nodes_[l2].height;
-      const int stays = first_higher ? l1 : l2;
-      const int goes = first_higher ? l2 : l1;
-      l.child2 = stays;
-      n.child1 = goes;
-      nodes_[goes].parent = n_id;
-      // The union is taken as the steps state it, the other child first.
-      n.aabb = aabb_union(nodes_[r_id].aabb, nodes_[goes].aabb);
-      l.aabb = aabb_union(n.aabb, nodes_[stays].aabb);
-      n.height = 1 + std::max(nodes_[r_id].height, nodes_[goes].height);
-      l.height = 1 + std::max(n.height, nodes_[stays].height);
-      return l_id;
-    }
+    const int balance = nodes_[n.child2].height - nodes_[n.child1].height;
+    if (balance >= 2) return rotate(n_id, n.child2, n.child1, true);
+    if (balance < -1) return rotate(n_id, n.child1, n.child2, false);
     return n_id;
+  }
+
+  // `up` takes N's place with N as its first child and keeps its taller child (its second
+  // on a tie); its other child goes to N, into the slot `up` left. N's box is the union of
+  // N's remaining child and the one that went, in that order, as the steps state it.
+  int rotate(int n_id, int up_id, int other_id, bool up_was_second) {
+    Node& n = nodes_[n_id];
+    Node& up = nodes_[up_id];
+    const int first = up.child1;
+    const int second = up.child2;
+    up.child1 = n_id;
+    up.parent = n.parent;
+    n.parent = up_id;
+    set_child(up.parent, n_id, up_id);
+    const bool first_higher = nodes_[first].height > nodes_[second].height;
+    const int stays = first_higher ? first : second;
+    const int goes = first_higher ? second : first;
+    up.child2 = stays;
+    (up_was_second ? n.child2 : n.child1) = goes;
+    nodes_[goes].parent = n_id;
+    n.aabb = aabb_union(nodes_[other_id].aabb, nodes_[goes].aabb);
+    up.aabb = aabb_union(n.aabb, nodes_[stays].aabb);
+    n.height = 1 + std::max(nodes_[other_id].height, nodes_[goes].height);
+    up.height = 1 + std::max(n.height, nodes_[stays].height);
+    return up_id;
   }
 
   std::vector<Node> nodes_;
